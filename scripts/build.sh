@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Configures and builds into a build folder (default: build). QB_SANITIZE=1 builds with
+# AddressSanitizer and UndefinedBehaviorSanitizer.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+dir=${1:-build}
+"$PWD/scripts/install-deps.sh"
+cmake -S . -B "$dir" -G Ninja -DQB_SANITIZE="${QB_SANITIZE:-0}" >/dev/null
+cmake --build "$dir" -j2

@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Builds and runs the whole test suite. With QB_SANITIZE=1 it builds into build-asan with
+# AddressSanitizer and UndefinedBehaviorSanitizer, and any report fails the run.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+if [[ "${QB_SANITIZE:-0}" == 1 ]]; then dir=build-asan; else dir=build; fi
+scripts/build.sh "$dir"
+export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:strict_string_checks=1
+export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+status=0
+ctest --test-dir "$dir" --output-on-failure -j2 2>&1 | tee "$log" || status=$?
+if grep -q -E 'ERROR: AddressSanitizer|ERROR: LeakSanitizer|runtime error:' "$log"; then
+  echo "Sanitizer reports found" >&2
+  status=1
+fi
+exit $status

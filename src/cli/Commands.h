@@ -1,0 +1,21 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "model/OutlookMessage.h"
+
+namespace qb::cli {
+
+// Each command returns the process exit status: 0 when every file was handled, 1 when any
+// failed.
+int runDump(const std::vector<std::string>& files);
+int runRTF(const std::string& file, const std::optional<std::string>& output);
+int runInfo(const std::vector<std::string>& files, bool json);
+
+// The dump of one message: its attributes, property lists, recipient rows and attachment
+// groups, nested levels indented.
+std::string dumpMessage(const OutlookMessage& message);
+
+}  // namespace qb::cli

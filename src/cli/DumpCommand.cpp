@@ -1,0 +1,129 @@
+#include <fmt/format.h>
+
+#include <cstdio>
+
+#include "cli/Commands.h"
+#include "cli/MessageInput.h"
+#include "cli/ValueSummary.h"
+#include "model/MAPIProps.h"
+#include "model/PropertyTags.h"
+#include "tnef/TNEFAttachment.h"
+#include "tnef/TNEFAttr.h"
+#include "tnef/TNEFMessage.h"
+
+namespace qb::cli {
+
+namespace {
+
+constexpr int kMaxNesting = TNEFMessage::kMaxDepth;
+
+class Dumper {
+  public:
+    std::string out;
+
+    void message(const OutlookMessage& m, int depth) {
+        const std::string pad(size_t(depth) * 4, ' ');
+        out += fmt::format("{}encoding: {}\n", pad, ianaNameForEncoding(m.encoding()));
+        out += fmt::format("{}message attributes: {}\n", pad, m.attributes().size());
+        for (const auto& a : m.attributes())
+            attribute(*a, depth + 1);
+        out += fmt::format("{}attachments: {}\n", pad, m.attachments().size());
+        for (size_t i = 0; i < m.attachments().size(); ++i) {
+            out += fmt::format("{}  attachment {}:\n", pad, i + 1);
+            const auto& attachment = *m.attachments()[i];
+            for (const auto& a : attachment.attributes())
+                attribute(*a, depth + 1, attachment.mapiprops());
+        }
+    }
+
+  private:
+    void attribute(const TNEFAttr& a, int depth, const MAPIPropList* attachmentProps = nullptr) {
+        const std::string pad(size_t(depth) * 4, ' ');
+        out += fmt::format("{}{} {} length {}: {}\n", pad, a.nameString(), a.typeString(),
+                           a.length(), summarize(a.value()));
+        if (auto props = std::get_if<MAPIPropList>(&a.value())) {
+            properties(*props, depth + 1);
+        } else if (auto rows = std::get_if<RecipientRows>(&a.value())) {
+            for (size_t i = 0; i < rows->size(); ++i) {
+                out += fmt::format("{}    row {}:\n", pad, i + 1);
+                properties((*rows)[i], depth + 2);
+            }
+        } else if (a.name() == attAttachment && a.type() == atpByte && attachmentProps) {
+            // The attachment's own property list lives inside this record.
+            properties(*attachmentProps, depth + 1);
+        }
+    }
+
+    void properties(const MAPIPropList& props, int depth) {
+        for (const auto& p : props)
+            property(*p, depth);
+    }
+
+    void property(const MAPIProp& p, int depth) {
+        const std::string pad(size_t(depth) * 4, ' ');
+        std::string label;
+        if (auto name = nameForPropertyTag(p.tag()))
+            label = std::string(*name);
+        else
+            label = fmt::format("0x{:04X}", p.name());
+        if (p.propName()) {
+            const auto& n = *p.propName();
+            label += " " + (n.GUID() ? formatGUID(*n.GUID()) : std::string("{?}"));
+            if (n.name()) label += " " + quotedText(*n.name());
+        }
+        std::string type = propTypeName(p.type());
+        if (p.isMultiValued()) {
+            out += fmt::format("{}{} MV_{} [{}]\n", pad, label, type, p.values().size());
+            for (const auto& v : p.values())
+                value(*v, depth + 1, "- ");
+        } else {
+            out += fmt::format("{}{} {}: ", pad, label, type);
+            if (p.singleValue())
+                value(*p.singleValue(), depth, "");
+            else
+                out += "(no value)\n";
+        }
+    }
+
+    void value(const MAPIValue& v, int depth, const char* bullet) {
+        const std::string pad(size_t(depth) * 4, ' ');
+        if (*bullet) out += pad + bullet;
+        const MAPIData& data = v.value();
+        if (v.name() == kRTFCompressedId && std::holds_alternative<Bytes>(data)) {
+            out += "RTF " + quotedText(std::get<Bytes>(data).view(), 60) + "\n";
+            return;
+        }
+        out += summarize(data) + "\n";
+        if (auto nested = std::get_if<std::shared_ptr<OutlookMessage>>(&data);
+            nested && *nested && depth < kMaxNesting)
+            message(**nested, depth + 1);
+    }
+};
+
+}  // namespace
+
+std::string dumpMessage(const OutlookMessage& message) {
+    Dumper d;
+    d.message(message, 0);
+    return d.out;
+}
+
+int runDump(const std::vector<std::string>& files) {
+    int status = 0;
+    for (const auto& file : files) {
+        OpenedInput in = openInput(file);
+        if (in.message) {
+            std::string text = fmt::format("{}: {}\n", file, formatName(in.format));
+            text += dumpMessage(*in.message);
+            std::fwrite(text.data(), 1, text.size(), stdout);
+            std::fflush(stdout);
+        }
+        if (in.error) {
+            reportFailure(file, *in.error);
+            status = 1;
+        }
+    }
+    return status;
+}
+
+}  // namespace qb::cli

@@ -1,0 +1,55 @@
+#include <fmt/format.h>
+
+#include <cstdio>
+
+#include "cli/Commands.h"
+#include "cli/MessageInput.h"
+#include "cli/MessageSummary.h"
+#include "platform/Dictionary.h"
+
+namespace qb::cli {
+
+namespace {
+
+void print(const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::fflush(stdout);
+}
+
+}  // namespace
+
+int runInfo(const std::vector<std::string>& files, bool json) {
+    int status = 0;
+    for (const auto& file : files) {
+        OpenedInput in = openInput(file);
+        if (!in.message) {
+            status = 1;
+            if (json) {
+                Dictionary line;
+                line["file"] = file;
+                line["error"] = errorJSON(in);
+                print(line.dump(-1, ' ', false, Dictionary::error_handler_t::replace) + "\n");
+            } else {
+                reportFailure(file, in.error.value_or("cannot be read"));
+            }
+            continue;
+        }
+        if (json) {
+            Dictionary line;
+            line["file"] = file;
+            line["format"] = formatName(in.format);
+            line["message"] = messageJSON(*in.message);
+            print(line.dump(-1, ' ', false, Dictionary::error_handler_t::replace) + "\n");
+        } else {
+            print(fmt::format("{} ({})\n", file, formatName(in.format)) +
+                  messageText(*in.message, 1));
+        }
+        if (in.error) {
+            status = 1;
+            reportFailure(file, *in.error);
+        }
+    }
+    return status;
+}
+
+}  // namespace qb::cli

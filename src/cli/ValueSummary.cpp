@@ -1,0 +1,102 @@
+#include "cli/ValueSummary.h"
+
+#include <fmt/format.h>
+
+#include "model/OutlookMessage.h"
+#include "platform/StringEncoding.h"
+
+namespace qb::cli {
+
+std::string quotedText(std::string_view text, size_t maxCodePoints) {
+    std::string out = "\"";
+    size_t count = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
+        if ((c & 0xC0) != 0x80 && count++ == maxCodePoints) {
+            out += fmt::format("\"… ({} characters)", codePointCount(text));
+            return out;
+        }
+        switch (c) {
+            case '"':
+                out += "\\\"";
+                break;
+            case '\\':
+                out += "\\\\";
+                break;
+            case '\n':
+                out += "\\n";
+                break;
+            case '\r':
+                out += "\\r";
+                break;
+            case '\t':
+                out += "\\t";
+                break;
+            default:
+                if (c < 0x20 || c == 0x7F)
+                    out += fmt::format("\\x{:02x}", c);
+                else
+                    out += static_cast<char>(c);
+        }
+    }
+    return out + "\"";
+}
+
+std::string bytesSummary(const Bytes& bytes) {
+    std::string out = fmt::format("<{} bytes", bytes.size());
+    const size_t shown = std::min<size_t>(bytes.size(), 16);
+    if (shown) out += ":";
+    for (size_t i = 0; i < shown; ++i)
+        out += fmt::format(" {:02x}", bytes[i]);
+    if (shown < bytes.size()) out += " …";
+    return out + ">";
+}
+
+std::string summarize(const MAPIData& value) {
+    struct Visitor {
+        std::string operator()(std::monostate) const { return "(no value)"; }
+        std::string operator()(NullValue) const { return "(null)"; }
+        std::string operator()(uint16_t v) const { return fmt::format("{} (0x{:04X})", v, v); }
+        std::string operator()(uint32_t v) const { return fmt::format("{} (0x{:08X})", v, v); }
+        std::string operator()(float v) const { return fmt::format("{}", v); }
+        std::string operator()(double v) const { return fmt::format("{}", v); }
+        std::string operator()(int64_t v) const { return std::to_string(v); }
+        std::string operator()(bool v) const { return v ? "true" : "false"; }
+        std::string operator()(Date v) const { return formatRFC3339(v); }
+        std::string operator()(const std::string& v) const { return quotedText(v); }
+        std::string operator()(const Bytes& v) const { return bytesSummary(v); }
+        std::string operator()(const std::shared_ptr<OutlookMessage>& m) const {
+            auto subject = m->subject();
+            return "embedded message" + (subject ? " " + quotedText(*subject) : std::string());
+        }
+        std::string operator()(const std::shared_ptr<CFBEntry>&) const {
+            return "embedded storage";
+        }
+    };
+    return std::visit(Visitor{}, value);
+}
+
+std::string summarize(const TNEFAttrValue& value) {
+    struct Visitor {
+        std::string operator()(std::monostate) const { return "(no value)"; }
+        std::string operator()(const std::string& s) const { return quotedText(s); }
+        std::string operator()(Date d) const { return formatRFC3339(d); }
+        std::string operator()(uint16_t v) const { return fmt::format("{} (0x{:04X})", v, v); }
+        std::string operator()(uint32_t v) const { return fmt::format("{} (0x{:08X})", v, v); }
+        std::string operator()(const Bytes& b) const { return bytesSummary(b); }
+        std::string operator()(const std::shared_ptr<Address>& a) const {
+            return fmt::format("{} <{}> type {}", quotedText(a->displayName().value_or("")),
+                               a->address().value_or(""), a->type().value_or("(none)"));
+        }
+        std::string operator()(const TNEFAttachmentRendData& r) const { return r.description(); }
+        std::string operator()(const MAPIPropList& p) const {
+            return fmt::format("{} properties", p.size());
+        }
+        std::string operator()(const RecipientRows& rows) const {
+            return fmt::format("{} rows", rows.size());
+        }
+    };
+    return std::visit(Visitor{}, value);
+}
+
+}  // namespace qb::cli

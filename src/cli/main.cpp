@@ -1,0 +1,59 @@
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+
+#include "cli/Commands.h"
+#include "platform/Log.h"
+
+namespace {
+
+// Library log lines go to standard error, control characters made visible.
+void logToStderr(std::string_view line) {
+    std::string out = "quillbox: ";
+    for (unsigned char c : line) {
+        if (c < 0x20 || c == 0x7F)
+            out += fmt::format("\\x{:02x}", c);
+        else
+            out += static_cast<char>(c);
+    }
+    out += '\n';
+    std::fwrite(out.data(), 1, out.size(), stderr);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    qb::setLogSink(logToStderr);
+    CLI::App app{"quillbox: read Outlook TNEF (winmail.dat) messages"};
+    app.require_subcommand(1);
+    app.set_version_flag("--version", "quillbox 0.1.0");
+
+    std::vector<std::string> files;
+    std::optional<std::string> output;
+    bool json = false;
+
+    auto* dump = app.add_subcommand(
+        "dump", "Print the TNEF attributes and MAPI properties of each file, with their names");
+    dump->add_option("FILE", files, "input files (- for standard input)")->required();
+
+    auto* rtf = app.add_subcommand("rtf", "Write the message's decompressed RTF body");
+    std::string rtfFile;
+    rtf->add_option("FILE", rtfFile, "input file (- for standard input)")->required();
+    rtf->add_option("-o,--output", output, "output file (default: standard output)");
+
+    auto* info = app.add_subcommand(
+        "info", "Summarise each message: class, subject, people, bodies, attachments");
+    info->add_option("FILE", files, "input files (- for standard input)")->required();
+    info->add_flag("--json", json, "one JSON object per file and line");
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        const int code = app.exit(e);
+        return code == 0 ? 0 : 2;
+    }
+    if (*dump) return qb::cli::runDump(files);
+    if (*rtf) return qb::cli::runRTF(rtfFile, output);
+    if (*info) return qb::cli::runInfo(files, json);
+    return 2;
+}

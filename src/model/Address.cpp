@@ -1,0 +1,88 @@
+#include "model/Address.h"
+
+#include <fmt/format.h>
+
+#include "mailkit/EmailAddressParsing.h"
+
+namespace qb {
+
+namespace {
+
+bool nonEmpty(const Address::Text& t) {
+    return t && !t->empty();
+}
+
+}  // namespace
+
+Address::Address(Text displayName, Text address, Text type, uint32_t trpId)
+    : displayName_(std::move(displayName)),
+      address_(std::move(address)),
+      type_(std::move(type)),
+      trpId_(static_cast<uint16_t>(trpId)) {
+    if (nonEmpty(displayName_) && nonEmpty(address_))
+        email_ = fmt::format("{} <{}>", *displayName_, *address_);
+    else if (nonEmpty(address_))
+        email_ = address_;
+    else if (nonEmpty(displayName_))
+        email_ = displayName_;
+}
+
+std::shared_ptr<Address> Address::fromString(const std::string& text) {
+    // Until the RFC 2822 mailbox scanner is in place, both forms go through the loose split.
+    return std::make_shared<Address>(emailFullName(text), emailAddress(text), std::nullopt, 0);
+}
+
+std::vector<std::shared_ptr<Address>> Address::addressesFormAttendeesString(
+    const std::string& text) {
+    std::vector<std::shared_ptr<Address>> result;
+    if (text.empty()) return result;
+    size_t start = 0;
+    for (;;) {
+        const size_t sep = text.find("; ", start);
+        result.push_back(fromString(text.substr(start, sep - start)));
+        if (sep == std::string::npos) break;
+        start = sep + 2;
+    }
+    return result;
+}
+
+#define QB_LOCKED_GET(field)      \
+    std::lock_guard lock(mutex_); \
+    return field;
+#define QB_LOCKED_SET(field, v)   \
+    std::lock_guard lock(mutex_); \
+    field = std::move(v);
+
+Address::Text Address::displayName() const {
+    QB_LOCKED_GET(displayName_)} Address::Text Address::address() const {
+    QB_LOCKED_GET(address_)} Address::Text Address::type() const {
+    QB_LOCKED_GET(type_)} Address::Text Address::email() const {
+    QB_LOCKED_GET(email_)} uint16_t Address::trpId() const {
+    QB_LOCKED_GET(trpId_)
+}
+void Address::setDisplayName(Text v) {
+    QB_LOCKED_SET(displayName_, v)
+}
+void Address::setAddress(Text v) {
+    QB_LOCKED_SET(address_, v)
+}
+void Address::setType(Text v) {
+    QB_LOCKED_SET(type_, v)
+}
+void Address::setEmail(Text v) {
+    QB_LOCKED_SET(email_, v)
+}
+void Address::setTrpId(uint32_t v) {
+    std::lock_guard lock(mutex_);
+    trpId_ = static_cast<uint16_t>(v);
+}
+
+#undef QB_LOCKED_GET
+#undef QB_LOCKED_SET
+
+std::string Address::description() const {
+    std::lock_guard lock(mutex_);
+    return fmt::format("{} <{}>", displayName_.value_or("(null)"), address_.value_or("(null)"));
+}
+
+}  // namespace qb

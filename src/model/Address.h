@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qb {
+
+// A sender or recipient. Every field may be absent; `email` is derived once, at
+// construction, and is not recomputed by the setters.
+class Address {
+  public:
+    using Text = std::optional<std::string>;
+
+    Address(Text displayName, Text address, Text type, uint32_t trpId = 0);
+
+    // One written address: an RFC 2822 mailbox when it holds "@", else a loose name/address.
+    static std::shared_ptr<Address> fromString(const std::string& text);
+    // Attendee list joined with "; ".
+    static std::vector<std::shared_ptr<Address>> addressesFormAttendeesString(
+        const std::string& text);
+
+    Text displayName() const;
+    Text address() const;
+    Text type() const;
+    Text email() const;
+    uint16_t trpId() const;
+
+    void setDisplayName(Text v);
+    void setAddress(Text v);
+    void setType(Text v);
+    void setEmail(Text v);
+    void setTrpId(uint32_t v);
+
+    // "<name> <<address>>"
+    std::string description() const;
+
+  private:
+    mutable std::mutex mutex_;
+    Text displayName_, address_, type_, email_;
+    uint16_t trpId_ = 0;
+};
+
+using AddressList = std::vector<std::shared_ptr<Address>>;
+
+}  // namespace qb

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "platform/Bytes.h"
+
+namespace qb {
+
+// CRC-32 of the compressed-RTF format: reflected polynomial 0xEDB88320, initial value 0, no
+// final inversion.
+uint32_t calculateCRC32(const uint8_t* bytes, size_t length);
+
+// Checks and expands a compressed-RTF stream (16-byte header, then "LZFu" or "MELA" data).
+// Nothing for a short stream, a size field that disagrees, a CRC mismatch (unless
+// ignoreChecksum), an unknown type (logged) or a reference before the start of the output.
+std::optional<Bytes> decompressRTF(const Bytes& stream, bool ignoreChecksum);
+
+}  // namespace qb

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "model/MAPIProp.h"
+
+namespace qb {
+
+// Lookups over property lists. A request for an 8-bit string (0x001E) also finds the
+// Unicode form (0x001F); other types must match exactly.
+std::shared_ptr<MAPIProp> findPropID(const MAPIPropList& props, uint32_t id, uint32_t type);
+// The decoded first value of the property with this tag (id << 16 | type); no value when
+// the list is absent or holds no such property.
+MAPIData valueForPropID(const MAPIPropList* props, uint32_t id, uint32_t type);
+MAPIData valueForProperty(const MAPIPropList* props, uint32_t tag);
+
+// Typed forms of valueForProperty: nothing when absent or of another kind.
+std::optional<std::string> stringForProperty(const MAPIPropList* props, uint32_t tag);
+std::optional<Bytes> bytesForProperty(const MAPIPropList* props, uint32_t tag);
+std::optional<uint32_t> uint32ForProperty(const MAPIPropList* props, uint32_t tag);
+std::optional<Date> dateForProperty(const MAPIPropList* props, uint32_t tag);
+
+}  // namespace qb

@@ -1,0 +1,120 @@
+#include "model/MAPIProp.h"
+
+#include <fmt/format.h>
+
+#include "model/MAPIProps.h"
+#include "model/OutlookMessage.h"
+#include "model/PropertyTags.h"
+#include "platform/ByteReader.h"
+#include "platform/StringEncoding.h"
+
+namespace qb {
+
+namespace {
+
+bool hasValueCount(uint32_t type) {
+    const uint32_t base = type & ~MV_FLAG;
+    return (type & MV_FLAG) || base == PT_OBJECT || base == PT_STRING8 || base == PT_UNICODE ||
+           base == PT_BINARY;
+}
+
+// Reads a named-property header at the reader's position; `id` becomes the number of a
+// numbered name.
+std::shared_ptr<MAPIPropName> readPropName(ByteReader& in, uint32_t& id) {
+    std::optional<Bytes> guid = in.take(16);
+    auto kind = in.u32le();
+    std::optional<std::string> name;
+    if (kind && *kind == 0) {
+        if (auto number = in.u32le()) id = *number;
+    } else if (kind && *kind == 1) {
+        if (auto length = in.u32le()) {
+            const size_t start = in.position();
+            if (auto raw = in.bytes().sub(start, *length)) {
+                size_t n = raw->size();
+                while (n >= 2 && (*raw)[n - 1] == 0 && (*raw)[n - 2] == 0)
+                    n -= 2;
+                name = utf16leToUTF8(raw->slice(0, n).span());
+                const uint64_t padded = uint64_t(*length) + (4 - *length % 4) % 4;
+                in.seek(padded > in.remaining() ? in.size() : start + size_t(padded));
+            }
+        }
+    }
+    return std::make_shared<MAPIPropName>(guid, id, name);
+}
+
+}  // namespace
+
+bool MAPIProp::isMAPIPropType(uint32_t t) {
+    return t <= 0x0007 || t == PT_ERROR || t == PT_BOOLEAN || t == PT_OBJECT || t == PT_LONGLONG ||
+           t == PT_STRING8 || t == PT_UNICODE || t == PT_SYSTIME || t == PT_CLSID || t == PT_BINARY;
+}
+
+MAPIPropList MAPIProp::propertiesOfMessage(const std::shared_ptr<const OutlookMessage>& message,
+                                           const Bytes& data, size_t& location) {
+    MAPIPropList props;
+    ByteReader in(data, location);
+    auto count = in.u32le();
+    if (!count) return props;
+    // A hostile count must not size an allocation.
+    if (*count < 1024) props.reserve(*count);
+
+    for (uint32_t i = 0; i < *count; ++i) {
+        if (!in.has(4)) break;
+        const uint32_t type = *in.u16le();
+        const uint32_t baseType = type & ~MV_FLAG;
+        if (!isMAPIPropType(baseType)) break;
+        uint32_t id = *in.u16le();
+
+        std::shared_ptr<MAPIPropName> propName;
+        if (id >= 0x8000 && id <= 0xFFFE) propName = readPropName(in, id);
+
+        uint32_t valueCount = 1;
+        if (hasValueCount(type)) {
+            auto n = in.u32le();
+            if (!n) break;
+            valueCount = *n;
+        }
+
+        size_t pos = in.position();
+        if (valueCount == 1) {
+            auto value = MAPIValue::create(data, pos, baseType, id, message);
+            props.push_back(std::make_shared<MAPIProp>(std::move(value), baseType, id, propName));
+        } else {
+            // Zero-width values never move the position, so their count is bounded by what
+            // is left of the stream instead.
+            if (MAPIValue::streamSize(data, pos, baseType) == 0)
+                valueCount = static_cast<uint32_t>(
+                    std::min<size_t>(valueCount, data.size() - std::min(pos, data.size())));
+            std::vector<std::shared_ptr<MAPIValue>> values;
+            for (uint32_t k = 0; k < valueCount && pos < data.size(); ++k)
+                values.push_back(MAPIValue::create(data, pos, baseType, id, message));
+            props.push_back(std::make_shared<MAPIProp>(std::move(values), baseType, id, propName));
+        }
+        in.seek(pos);
+    }
+    location = in.position();
+    return props;
+}
+
+std::string MAPIProp::description() const {
+    std::string out = fmt::format("<MAPIProp: {}>{{", fmt::ptr(this));
+    if (auto tagName = nameForPropertyTag(tag()))
+        out += fmt::format("tag = {}, ", *tagName);
+    else
+        out += fmt::format("id = 0x{:04X}, ", name_);
+    if (propName_) out += fmt::format("propName = {}, ", propName_->description());
+    if (multi_) {
+        out += "values = (";
+        for (size_t i = 0; i < values_.size(); ++i) {
+            if (i) out += ", ";
+            out += values_[i]->description();
+        }
+        out += ")";
+    } else {
+        out += "value = " + (single_ ? single_->description() : std::string("(null)"));
+    }
+    out += "}";
+    return out;
+}
+
+}  // namespace qb

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace qb {
+
+// The property-name table: 808 (tag, name) rows, searched from the first; the first match
+// wins. Only descriptions use it.
+std::optional<std::string_view> nameForPropertyTag(uint32_t tag);
+
+size_t propertyNameTableSize();
+std::string_view propertyNameAt(size_t index);
+uint32_t propertyTagAt(size_t index);
+
+}  // namespace qb

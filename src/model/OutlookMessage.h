@@ -1,0 +1,62 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "model/Address.h"
+#include "model/MAPIProp.h"
+#include "platform/Bytes.h"
+#include "platform/Date.h"
+#include "platform/StringEncoding.h"
+
+namespace qb {
+
+class TNEFAttr;
+class TNEFAttachment;
+
+using TNEFAttrList = std::vector<std::shared_ptr<TNEFAttr>>;
+using AttachmentList = std::vector<std::shared_ptr<TNEFAttachment>>;
+
+// How a reader lays out property values in their buffers.
+enum class ValueLayout {
+    // The value's range starts at its first byte inside a shared stream; variable-length
+    // values carry a 32-bit length in front (TNEF).
+    CountedInStream,
+    // Each variable-length value owns its whole buffer (.msg).
+    WholeBuffer,
+};
+
+// The read-only message both readers fill and every exporter consumes. Any field may be
+// absent; lists are always lists.
+class OutlookMessage : public std::enable_shared_from_this<OutlookMessage> {
+  public:
+    virtual ~OutlookMessage() = default;
+
+    virtual bool ignoreChecksum() const = 0;
+    virtual StringEncoding encoding() const = 0;
+    virtual const TNEFAttrList& attributes() const = 0;
+    // Nothing when the message has no property list at all.
+    virtual const MAPIPropList* mapiprops() const = 0;
+    virtual const AttachmentList& attachments() const = 0;
+    virtual std::optional<std::string> tnefCorrelator() const = 0;
+    virtual std::optional<std::string> messageClass() const = 0;
+    virtual const AddressList& toRecipients() const = 0;
+    virtual const AddressList& ccRecipients() const = 0;
+    virtual const AddressList& bccRecipients() const = 0;
+    virtual std::shared_ptr<Address> sender() const = 0;
+    virtual std::optional<std::string> subject() const = 0;
+    virtual std::optional<Date> date() const = 0;
+    virtual std::optional<std::string> mimeBodyContent() const = 0;
+    virtual std::optional<std::string> mimeHtmlBodyContent() const = 0;
+    virtual bool isTnefCorrelatorMatchingMimeHeader() const = 0;
+
+    // How this reader's property values are laid out.
+    virtual ValueLayout valueLayout() const = 0;
+    // Opens an embedded message of the same container format; the reader implements it so
+    // that property values can decode embedded objects without knowing the readers.
+    virtual std::shared_ptr<OutlookMessage> openEmbeddedMessage(const Bytes& data) const = 0;
+};
+
+}  // namespace qb

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+
+namespace qb {
+
+// Property types (low 16 bits of a tag).
+enum PropType : uint32_t {
+    PT_UNSPECIFIED = 0x0000,
+    PT_NULL = 0x0001,
+    PT_SHORT = 0x0002,
+    PT_LONG = 0x0003,
+    PT_FLOAT = 0x0004,
+    PT_DOUBLE = 0x0005,
+    PT_CURRENCY = 0x0006,
+    PT_APPTIME = 0x0007,
+    PT_ERROR = 0x000A,
+    PT_BOOLEAN = 0x000B,
+    PT_OBJECT = 0x000D,
+    PT_LONGLONG = 0x0014,
+    PT_STRING8 = 0x001E,
+    PT_UNICODE = 0x001F,
+    PT_SYSTIME = 0x0040,
+    PT_CLSID = 0x0048,
+    PT_BINARY = 0x0102,
+};
+
+inline constexpr uint32_t MV_FLAG = 0x1000;
+
+constexpr uint32_t propTag(uint32_t id, uint32_t type) {
+    return (id << 16) | (type & 0xFFFF);
+}
+constexpr uint32_t propId(uint32_t tag) {
+    return tag >> 16;
+}
+constexpr uint32_t propType(uint32_t tag) {
+    return tag & 0xFFFF;
+}
+
+// Tags the readers and the command line look up.
+inline constexpr uint32_t PR_MESSAGE_CLASS = 0x001A001E;
+inline constexpr uint32_t PR_SUBJECT = 0x0037001E;
+inline constexpr uint32_t PR_CLIENT_SUBMIT_TIME = 0x00390040;
+inline constexpr uint32_t PR_CONVERSATION_TOPIC = 0x0070001E;
+inline constexpr uint32_t PR_TNEF_CORRELATION_KEY = 0x007F0102;
+inline constexpr uint32_t PR_BODY = 0x1000001E;
+inline constexpr uint32_t PR_RTF_COMPRESSED = 0x10090102;
+inline constexpr uint32_t PR_BODY_HTML = 0x10130102;
+inline constexpr uint32_t PR_ATTACH_DATA_OBJ = 0x3701000D;
+inline constexpr uint32_t PR_ATTACH_DATA_BIN = 0x37010102;
+inline constexpr uint32_t PR_ATTACH_FILENAME = 0x3704001E;
+inline constexpr uint32_t PR_ATTACH_LONG_FILENAME = 0x3707001E;
+inline constexpr uint32_t PR_ATTACH_MIME_TAG = 0x370E001E;
+inline constexpr uint32_t PR_DISPLAY_NAME = 0x3001001E;
+inline constexpr uint32_t PR_MESSAGE_CODEPAGE = 0x3FFD0003;
+inline constexpr uint32_t PR_INTERNET_CPID = 0x3FDE0003;
+
+inline constexpr uint32_t kRTFCompressedId = 0x1009;
+
+}  // namespace qb

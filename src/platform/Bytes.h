@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qb {
+
+// Immutable, shared byte buffer with an offset and a length. Slicing never copies: an
+// attribute, a property value or an attachment is a window onto the message's own buffer.
+class Bytes {
+  public:
+    Bytes() = default;
+
+    static Bytes copy(const void* data, size_t size);
+    static Bytes adopt(std::vector<uint8_t>&& buffer);
+    static Bytes fromString(std::string_view text) { return copy(text.data(), text.size()); }
+    // Wraps memory that `owner` keeps alive (a mapping, a foreign buffer).
+    static Bytes wrap(std::shared_ptr<const void> owner, const uint8_t* data, size_t size);
+
+    const uint8_t* data() const { return data_; }
+    size_t size() const { return size_; }
+    bool empty() const { return size_ == 0; }
+    uint8_t operator[](size_t i) const { return data_[i]; }
+    const uint8_t* begin() const { return data_; }
+    const uint8_t* end() const { return data_ + size_; }
+
+    std::span<const uint8_t> span() const { return {data_, size_}; }
+    std::string_view view() const { return {reinterpret_cast<const char*>(data_), size_}; }
+    std::string str() const { return std::string(view()); }
+
+    // The window [offset, offset + length), or nothing when it does not lie inside.
+    std::optional<Bytes> sub(size_t offset, size_t length) const;
+    // Like sub, but cut to what is there.
+    Bytes slice(size_t offset, size_t length = SIZE_MAX) const;
+
+    // Whether both windows share the same underlying buffer.
+    bool sharesBufferWith(const Bytes& other) const { return owner_ == other.owner_; }
+
+    friend bool operator==(const Bytes& a, const Bytes& b);
+
+  private:
+    std::shared_ptr<const void> owner_;
+    const uint8_t* data_ = nullptr;
+    size_t size_ = 0;
+};
+
+}  // namespace qb

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+namespace qb {
+
+// Metadata and header dictionaries keep their keys in insertion order; dates inside them are
+// RFC 3339 strings.
+using Dictionary = nlohmann::ordered_json;
+
+}  // namespace qb

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "model/OutlookMessage.h"
+#include "tnef/TNEFAttr.h"
+
+namespace qb {
+
+// The first attribute with this id and type, in list order.
+std::shared_ptr<TNEFAttr> findTNEFAttr(const TNEFAttrList& attrs, uint32_t id, uint32_t type);
+// Its value (a copy; no value when there is no such attribute).
+TNEFAttrValue valueForTNEFName(const TNEFAttrList& attrs, uint32_t id, uint32_t type);
+
+}  // namespace qb

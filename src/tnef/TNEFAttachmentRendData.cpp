@@ -1,0 +1,12 @@
+#include "tnef/TNEFAttachmentRendData.h"
+
+#include <fmt/format.h>
+
+namespace qb {
+
+std::string TNEFAttachmentRendData::description() const {
+    return fmt::format("{{type = {}, position = {}, width = {}, height = {}, flags = {}}}", type,
+                       position, width, height, flags);
+}
+
+}  // namespace qb

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace qb {
+
+// How an attachment is rendered in the message body (attAttachRenddata).
+struct TNEFAttachmentRendData {
+    int64_t type = 0;
+    int64_t position = 0;
+    int64_t width = 0;
+    int64_t height = 0;
+    int64_t flags = 0;
+
+    // "{type = 1, position = -1, width = 0, height = 0, flags = 0}"
+    std::string description() const;
+    bool operator==(const TNEFAttachmentRendData&) const = default;
+};
+
+}  // namespace qb

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+
+namespace qb {
+
+inline constexpr const char* kTNEFErrorDomain = "TNEFErrorDomain";
+
+enum TNEFErrorCode {
+    kTNEFErrorUnrecognized = 2,  // no TNEF signature, and no stream found inside the data
+    kTNEFErrorEmpty = 3,         // the data is empty
+    kTNEFErrorTruncated = 4,     // a record runs past the end of the data
+};
+
+struct TNEFError {
+    std::string domain;
+    int code = 0;
+    std::string description;
+};
+
+// The error for `code`, its description from the library's string table.
+TNEFError makeTNEFError(TNEFErrorCode code);
+
+}  // namespace qb

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+namespace qb::test {
+
+// The compressed-RTF example stream of the format's documentation; it expands to
+// "{\rtf1\ansi\ansicpg1252\pard hello world}\r\n".
+std::string helloWorldCompressedRTF();
+
+// A complete winmail.dat: code page, class, subject, date, sender and body properties, an
+// RTF body, three recipients and three attachments (a text file, an image and an
+// embedded message of its own).
+std::string sampleWinmail();
+
+}  // namespace qb::test
