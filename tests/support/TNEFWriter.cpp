@@ -195,3 +195,18 @@ TNEFWriter& TNEFWriter::attachment(std::string_view title, std::string_view data
 }
 
 }  // namespace qb::test
+
+#include "tnef/TNEFMessage.h"
+
+namespace qb::test {
+
+std::shared_ptr<TNEFMessage> readTNEF(const std::string& bytes, bool ignoreChecksum,
+                                      TNEFError* error) {
+    return TNEFMessage::create(Bytes::fromString(bytes), nullptr, ignoreChecksum, error);
+}
+
+std::shared_ptr<TNEFMessage> messageWithProps(const PropsWriter& props) {
+    return readTNEF(TNEFWriter().mapiProps(props).str());
+}
+
+}  // namespace qb::test

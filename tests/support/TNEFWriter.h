@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -94,5 +95,20 @@ class TNEFWriter {
   private:
     std::string buf_;
 };
+
+}  // namespace qb::test
+
+namespace qb {
+class TNEFMessage;
+struct TNEFError;
+}  // namespace qb
+
+namespace qb::test {
+
+// Reads TNEF bytes the way the library's default does (checksums ignored unless asked).
+std::shared_ptr<TNEFMessage> readTNEF(const std::string& bytes, bool ignoreChecksum = true,
+                                      TNEFError* error = nullptr);
+// A message whose attMAPIProps holds `props`.
+std::shared_ptr<TNEFMessage> messageWithProps(const PropsWriter& props);
 
 }  // namespace qb::test
