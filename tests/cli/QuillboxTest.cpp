@@ -1,0 +1,180 @@
+// Runs the quillbox executable as a user would, on files the tests write.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "platform/Dictionary.h"
+#include "support/SampleMessages.h"
+#include "support/TNEFWriter.h"
+
+namespace qb {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+struct RunResult {
+    int status;
+    std::string out, err;
+};
+
+class Quillbox : public testing::Test {
+  protected:
+    void SetUp() override {
+        dir_ = fs::temp_directory_path() /
+               ("quillbox-test-" + std::to_string(::getpid()) + "-" +
+                testing::UnitTest::GetInstance()->current_test_info()->name());
+        fs::create_directories(dir_);
+        sample_ = write("winmail.dat", test::sampleWinmail());
+    }
+    void TearDown() override { fs::remove_all(dir_); }
+
+    std::string write(const std::string& name, const std::string& bytes) {
+        const fs::path p = dir_ / name;
+        std::ofstream(p, std::ios::binary) << bytes;
+        return p.string();
+    }
+
+    static std::string slurp(const fs::path& p) {
+        std::ifstream in(p, std::ios::binary);
+        std::stringstream s;
+        s << in.rdbuf();
+        return s.str();
+    }
+
+    // Runs quillbox with `args` (already shell-safe), standard input from `input`.
+    RunResult run(const std::string& args, const std::string& input = "") {
+        const fs::path in = dir_ / "stdin", out = dir_ / "stdout", err = dir_ / "stderr";
+        std::ofstream(in, std::ios::binary) << input;
+        const std::string cmd = std::string(QB_QUILLBOX_PATH) + " " + args + " <" + in.string() +
+                                " >" + out.string() + " 2>" + err.string();
+        const int raw = std::system(cmd.c_str());
+        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
+    }
+
+    fs::path dir_;
+    std::string sample_;
+};
+
+TEST_F(Quillbox, DumpShowsAttributesPropertiesAndNestedMessages) {
+    RunResult r = run("dump " + sample_);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, "");
+    EXPECT_THAT(r.out, HasSubstr("encoding: windows-1252\n"));
+    EXPECT_THAT(r.out, HasSubstr("    attSubject atpString length 15: \"Grüße aus Köln\"\n"));
+    EXPECT_THAT(r.out,
+                HasSubstr("        PR_SUBJECT_W PT_UNICODE: \"Grüße aus Köln: the Q1 numbers\"\n"));
+    EXPECT_THAT(
+        r.out, HasSubstr("        row 3:\n            PR_DISPLAY_NAME PT_STRING8: \"Carla Diaz\""));
+    EXPECT_THAT(r.out, HasSubstr("PR_RTF_COMPRESSED PT_BINARY: RTF \"{\\\\rtf1\\\\ansi"));
+    // The embedded message's own attachment, two levels in.
+    EXPECT_THAT(
+        r.out,
+        HasSubstr("                    PR_ATTACH_LONG_FILENAME PT_STRING8: \"report.csv\"\n"));
+}
+
+TEST_F(Quillbox, ReadsStandardInput) {
+    RunResult r = run("dump -", test::sampleWinmail());
+    EXPECT_EQ(r.status, 0);
+    EXPECT_THAT(r.out, HasSubstr("-: tnef\n"));
+}
+
+TEST_F(Quillbox, BadInputGivesOneLineAndStatusOne) {
+    const std::string empty = write("empty.dat", "");
+    const std::string text = write("notes.txt", "just some text, no TNEF here");
+    std::string cut = test::sampleWinmail();
+    cut.resize(cut.size() / 2);
+    const std::string truncated = write("cut.dat", cut);
+
+    RunResult r = run("dump " + empty);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "quillbox: " + empty + ": The file \"" + empty +
+                         "\" could not be opened because it is empty.\n");
+    r = run("dump " + text);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err,
+              "quillbox: " + text +
+                  ": It may be damaged or use a file format that Quillbox doesn't recognize.\n");
+    r = run("dump " + truncated);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_THAT(r.out, HasSubstr("attMessageClass"));  // what could be read is shown
+    EXPECT_EQ(r.err, "quillbox: " + truncated + ": The file ended unexpectedly.\n");
+    r = run("dump " + (dir_ / "missing.dat").string());
+    EXPECT_EQ(r.status, 1);
+    EXPECT_THAT(r.err, HasSubstr("No such file or directory"));
+
+    // One bad file among good ones fails the run but not the others.
+    r = run("info " + sample_ + " " + text + " " + sample_);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n') > 10, true);
+}
+
+TEST_F(Quillbox, RTFBody) {
+    const fs::path out = dir_ / "body.rtf";
+    RunResult r = run("rtf " + sample_ + " -o " + out.string());
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(slurp(out), "{\\rtf1\\ansi\\ansicpg1252\\pard hello world}\r\n");
+    r = run("rtf " + sample_);
+    EXPECT_EQ(r.out, "{\\rtf1\\ansi\\ansicpg1252\\pard hello world}\r\n");
+
+    const std::string plain = write("plain.dat", test::TNEFWriter().subject("no rtf").str());
+    r = run("rtf " + plain);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "quillbox: " + plain + ": the message has no RTF body\n");
+}
+
+TEST_F(Quillbox, InfoJSONFollowsTheSchema) {
+    const std::string text = write("notes.txt", "no TNEF");
+    RunResult r = run("info --json " + sample_ + " " + text);
+    EXPECT_EQ(r.status, 1);
+    std::istringstream lines(r.out);
+    std::string first, second;
+    std::getline(lines, first);
+    std::getline(lines, second);
+    const Dictionary ok = Dictionary::parse(first);
+    EXPECT_EQ(ok["file"], sample_);
+    EXPECT_EQ(ok["format"], "tnef");
+    const Dictionary& m = ok["message"];
+    std::vector<std::string> keys;
+    for (const auto& [k, v] : m.items())
+        keys.push_back(k);
+    EXPECT_THAT(keys,
+                testing::ElementsAre("messageClass", "subject", "date", "sender", "to", "cc", "bcc",
+                                     "tnefCorrelator", "encoding", "bodies", "attachments"));
+    EXPECT_EQ(m["subject"], "Grüße aus Köln: the Q1 numbers");
+    EXPECT_EQ(m["date"], "2024-02-12T07:31:43Z");
+    EXPECT_EQ(m["sender"]["email"], "Jörg Müller <joerg.mueller@example.de>");
+    EXPECT_EQ(m["to"].size(), 2u);
+    EXPECT_EQ(m["cc"][0]["address"], "carla@example.com");
+    EXPECT_EQ(m["bodies"]["rtf"], 43);
+    EXPECT_TRUE(m["bodies"]["html"].is_null());
+    ASSERT_EQ(m["attachments"].size(), 3u);
+    EXPECT_EQ(m["attachments"][0]["filename"], "notes.txt");
+    EXPECT_EQ(m["attachments"][0]["sha256"],
+              "7e71a9f1b894bbee34a3e2a14811bf5191749c9a9102fb0afa4a5d33fba9de6e");
+    EXPECT_EQ(m["attachments"][2]["message"]["attachments"][0]["filename"], "report.csv");
+
+    const Dictionary bad = Dictionary::parse(second);
+    EXPECT_EQ(bad["file"], text);
+    EXPECT_EQ(bad["error"]["domain"], "TNEFErrorDomain");
+    EXPECT_EQ(bad["error"]["code"], 2);
+}
+
+TEST_F(Quillbox, UsageErrorsExitWithTwo) {
+    EXPECT_EQ(run("").status, 2);
+    EXPECT_EQ(run("frobnicate x").status, 2);
+    EXPECT_EQ(run("dump").status, 2);
+    EXPECT_EQ(run("info --bogus " + sample_).status, 2);
+    EXPECT_EQ(run("--help").status, 0);
+}
+
+}  // namespace
+}  // namespace qb
