@@ -1,23 +1,37 @@
-// Writes the bundled sample messages into the folder given on the command line.
+// Writes the bundled sample message into the folder given on the command line; with
+// "--large N", also a winmail of N attachments of 50 000 bytes (for measurements).
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "support/SampleMessages.h"
 
-int main(int argc, char** argv) {
-    const std::string dir = argc > 1 ? argv[1] : ".";
-    const std::string path = dir + "/winmail.dat";
+namespace {
+
+bool writeFile(const std::string& path, const std::string& data) {
     std::FILE* f = std::fopen(path.c_str(), "wb");
     if (!f) {
         std::perror(path.c_str());
-        return 1;
+        return false;
     }
-    const std::string data = qb::test::sampleWinmail();
     const bool ok = std::fwrite(data.data(), 1, data.size(), f) == data.size();
     if (std::fclose(f) != 0 || !ok) {
         std::perror(path.c_str());
-        return 1;
+        return false;
     }
     std::printf("%s\n", path.c_str());
+    return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::string dir = argc > 1 ? argv[1] : ".";
+    if (!writeFile(dir + "/winmail.dat", qb::test::sampleWinmail())) return 1;
+    if (argc > 3 && std::strcmp(argv[2], "--large") == 0) {
+        const size_t count = std::strtoul(argv[3], nullptr, 10);
+        if (!writeFile(dir + "/large-winmail.dat", qb::test::largeWinmail(count, 50000))) return 1;
+    }
     return 0;
 }

@@ -99,3 +99,29 @@ std::string sampleWinmail() {
 }
 
 }  // namespace qb::test
+
+namespace qb::test {
+
+std::string largeWinmail(size_t attachments, size_t attachmentSize, size_t recipients) {
+    PropsWriter props;
+    props.unicode(0x0037, "Large message").string8(0x001A, "IPM.Note").u32(0x3FFD, 1252);
+    std::vector<PropsWriter> rows;
+    for (size_t i = 0; i < recipients; ++i)
+        rows.push_back(recipient("Person " + std::to_string(i),
+                                 "person" + std::to_string(i) + "@example.com", 1));
+    TNEFWriter w;
+    w.version().oemCodepage(1252).messageClass("IPM.Note").mapiProps(props).recipients(rows);
+    std::string content(attachmentSize, '\0');
+    for (size_t i = 0; i < content.size(); ++i)
+        content[i] = static_cast<char>((i * 131) >> 3);
+    for (size_t i = 0; i < attachments; ++i) {
+        const std::string name = "file-" + std::to_string(i) + ".bin";
+        PropsWriter a;
+        a.string8(0x3707, name).string8(0x370E, "application/octet-stream").u32(0x3705, 1);
+        content[0] = static_cast<char>(i);
+        w.attachment(name, content, &a);
+    }
+    return w.str();
+}
+
+}  // namespace qb::test

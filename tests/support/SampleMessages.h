@@ -14,3 +14,11 @@ std::string helloWorldCompressedRTF();
 std::string sampleWinmail();
 
 }  // namespace qb::test
+
+namespace qb::test {
+
+// A large winmail.dat: `attachments` attachments of `attachmentSize` bytes each, with
+// names, types and properties, plus a recipient table of `recipients` rows.
+std::string largeWinmail(size_t attachments, size_t attachmentSize, size_t recipients = 100);
+
+}  // namespace qb::test
