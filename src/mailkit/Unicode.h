@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace qb {
+
+// The code point at `i` of UTF-8 text, moving `i` past it; a byte that does not start a
+// well-formed sequence is taken as U+FFFD and skipped alone.
+char32_t nextCodePoint(std::string_view utf8, size_t& i);
+void appendUTF8(std::string& out, char32_t c);
+// Whether every character is below U+0080.
+bool isASCII(std::string_view text);
+
+}  // namespace qb
