@@ -57,3 +57,41 @@ std::optional<std::string> emailFullNameOrAddress(std::string_view text) {
 }
 
 }  // namespace qb
+
+#include <regex>
+
+#include "mailkit/Base64.h"
+
+namespace qb {
+
+bool emailAddressValidate(std::string_view text) {
+    static const std::regex pattern(
+        R"((?:[a-z0-9!#$%&'*+/=?^_`{|}~-]+(?:\.[a-z0-9!#$%&'*+/=?^_`{|}~-]+)*)"
+        R"(|"(?:[\x01-\x08\x0b\x0c\x0e-\x1f\x21\x23-\x5b\x5d-\x7f]|\\[\x01-\x09\x0b\x0c\x0e-\x7f])*"))"
+        R"(@(?:(?:[a-z0-9](?:[a-z0-9-]*[a-z0-9])?\.)+[a-z0-9](?:[a-z0-9-]*[a-z0-9])?)"
+        R"(|\[(?:(?:25[0-5]|2[0-4][0-9]|[01]?[0-9][0-9]?)\.){3}(?:25[0-5]|2[0-4][0-9]|[01]?[0-9][0-9]?)\]))",
+        std::regex::icase | std::regex::optimize);
+    // The pattern is linear in practice, but keep hostile input short.
+    if (text.size() > 320) return false;
+    return std::regex_match(text.begin(), text.end(), pattern);
+}
+
+std::string emailSubjectReply(std::string_view subject) {
+    if (subject.find("Re:") != std::string_view::npos) return std::string(subject);
+    return "Re: " + std::string(subject);
+}
+
+std::string emailSubjectForward(std::string_view subject) {
+    if (subject.find("Fwd:") != std::string_view::npos) return std::string(subject);
+    return "Fwd: " + std::string(subject);
+}
+
+std::string qbPngDataURIWithContent(std::string_view bytes) {
+    return "data:image/png;base64," + base64EncodedString(bytes);
+}
+
+std::string qbJpgDataURIWithContent(std::string_view bytes) {
+    return "data:image/jpeg;base64," + base64EncodedString(bytes);
+}
+
+}  // namespace qb

@@ -18,3 +18,17 @@ std::optional<std::string> emailFullName(std::string_view text);
 std::optional<std::string> emailFullNameOrAddress(std::string_view text);
 
 }  // namespace qb
+
+namespace qb {
+
+// Whether the whole text is an addr-spec: a dot-atom or quoted local part, "@", and a dotted
+// domain of letters, digits and inner hyphens or a bracketed IPv4 literal (any case).
+bool emailAddressValidate(std::string_view text);
+// "Re: <subject>" unless "Re:" occurs in it already (case-sensitive); likewise "Fwd:".
+std::string emailSubjectReply(std::string_view subject);
+std::string emailSubjectForward(std::string_view subject);
+// data: URIs of image bytes, Base64-encoded.
+std::string qbPngDataURIWithContent(std::string_view bytes);
+std::string qbJpgDataURIWithContent(std::string_view bytes);
+
+}  // namespace qb

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "mailkit/EmailAddressParsing.h"
+#include "mailkit/MKEmailAddress.h"
 
 namespace qb {
 
@@ -28,7 +29,15 @@ Address::Address(Text displayName, Text address, Text type, uint32_t trpId)
 }
 
 std::shared_ptr<Address> Address::fromString(const std::string& text) {
-    // Until the RFC 2822 mailbox scanner is in place, both forms go through the loose split.
+    if (text.find('@') != std::string::npos) {
+        auto mailbox = MKEmailAddress::fromCommentedAddress(text);
+        if (mailbox && mailbox->isValid()) {
+            Text name;
+            if (mailbox->addressComment()) name = mailbox->displayName();  // decoded
+            return std::make_shared<Address>(name, mailbox->userAtDomain(), std::nullopt, 0);
+        }
+    }
+    // Not a mailbox a header would hold ("Ann Lee ann@x.org"): the loose split.
     return std::make_shared<Address>(emailFullName(text), emailAddress(text), std::nullopt, 0);
 }
 

@@ -28,6 +28,12 @@ TEST(Address, AttendeeStringsSplitAtSemicolonSpace) {
     EXPECT_EQ(two[1]->address(), "bob@y.org");
     EXPECT_FALSE(two[1]->type());
 
+    auto rfc = Address::addressesFormAttendeesString(
+        "\"Lee, Ann\" <ann@x.org>; bob@y.org (Bob B.); =?utf-8?Q?J=C3=B6rg?= <j@z.de>");
+    ASSERT_EQ(rfc.size(), 3u);
+    EXPECT_EQ(rfc[0]->email(), "Lee, Ann <ann@x.org>");
+    EXPECT_EQ(rfc[1]->email(), "Bob B. <bob@y.org>");
+    EXPECT_EQ(rfc[2]->email(), "Jörg <j@z.de>");
     EXPECT_EQ(Address::addressesFormAttendeesString("a@x;b@y").size(), 1u);
     EXPECT_TRUE(Address::addressesFormAttendeesString("").empty());
     auto withEmpty = Address::addressesFormAttendeesString("a@x; ; Conference Room");

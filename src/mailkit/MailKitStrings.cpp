@@ -1,0 +1,33 @@
+#include "mailkit/MailKitStrings.h"
+
+#include <cctype>
+
+namespace qb {
+
+std::string capitalizedHeaderKey(std::string_view name) {
+    std::string out(name);
+    bool wordStart = true;
+    for (char& c : out) {
+        const unsigned char u = static_cast<unsigned char>(c);
+        if (c == '-' || std::isspace(u)) {
+            wordStart = true;
+            continue;
+        }
+        c = static_cast<char>(wordStart ? std::toupper(u) : std::tolower(u));
+        wordStart = false;
+    }
+    return out;
+}
+
+std::string quotedString(std::string_view text) { return "\"" + std::string(text) + "\""; }
+
+std::string MKStringWithBits(uint64_t value) {
+    std::string out(64, '0');
+    for (int i = 0; i < 64; ++i)
+        if (value & (uint64_t(1) << (63 - i))) out[size_t(i)] = '1';
+    return out;
+}
+
+std::string MKStringWithUInteger(uint64_t value) { return std::to_string(value); }
+
+}  // namespace qb

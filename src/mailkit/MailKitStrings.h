@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace qb {
+
+// "content-type" and "CONTENT-TYPE" -> "Content-Type"; "message-id" -> "Message-Id".
+std::string capitalizedHeaderKey(std::string_view name);
+// The text in double quotes, nothing inside escaped.
+std::string quotedString(std::string_view text);
+// 64 characters of "0" and "1", most significant bit first.
+std::string MKStringWithBits(uint64_t value);
+// Decimal digits.
+std::string MKStringWithUInteger(uint64_t value);
+
+}  // namespace qb
