@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "OXMSG/OXMessage.h"
 #include "cli/Commands.h"
 #include "cli/MessageInput.h"
 #include "cli/ValueSummary.h"
@@ -22,6 +23,7 @@ class Dumper {
     std::string out;
 
     void message(const OutlookMessage& m, int depth) {
+        if (auto ox = dynamic_cast<const OXMessage*>(&m)) return msgMessage(*ox, depth);
         const std::string pad(size_t(depth) * 4, ' ');
         out += fmt::format("{}encoding: {}\n", pad, ianaNameForEncoding(m.encoding()));
         out += fmt::format("{}message attributes: {}\n", pad, m.attributes().size());
@@ -37,6 +39,48 @@ class Dumper {
     }
 
   private:
+    // A .msg: its storage tree, then the properties of the message, of each recipient and of
+    // each attachment, embedded messages indented below their attachment.
+    void msgMessage(const OXMessage& m, int depth) {
+        const std::string pad(size_t(depth) * 4, ' ');
+        out += fmt::format("{}encoding: {}\n", pad, ianaNameForEncoding(m.encoding()));
+        if (depth == 0) {
+            out += "storage tree:\n";
+            tree(*m.rootEntry(), 1);
+        }
+        out += fmt::format("{}message properties: {}\n", pad, m.mapiprops()->size());
+        properties(*m.mapiprops(), depth + 1);
+        const auto recipients = m.processRecipients(*m.rootEntry());
+        out += fmt::format("{}recipients: {}\n", pad, recipients.size());
+        for (size_t i = 0; i < recipients.size(); ++i) {
+            out += fmt::format("{}  recipient {}:\n", pad, i + 1);
+            properties(recipients[i], depth + 1);
+        }
+        out += fmt::format("{}attachments: {}\n", pad, m.attachments().size());
+        for (size_t i = 0; i < m.attachments().size(); ++i) {
+            const auto& a = *m.attachments()[i];
+            out += fmt::format("{}  attachment {}:\n", pad, i + 1);
+            if (a.mapiprops()) properties(*a.mapiprops(), depth + 1);
+            if (auto nested = a.nestedMessage(); nested && depth < kMaxNesting) {
+                out += fmt::format("{}    embedded message:\n", pad);
+                message(*nested, depth + 2);
+            }
+        }
+    }
+
+    void tree(const CFBEntry& e, int depth) {
+        if (depth > kMaxNesting) return;
+        for (const auto& child : e.entries()) {
+            const std::string pad(size_t(depth) * 2, ' ');
+            if (child->isDirectoryEntry()) {
+                out += fmt::format("{}{}/\n", pad, child->name());
+                tree(*child, depth + 1);
+            } else {
+                out += fmt::format("{}{} ({} bytes)\n", pad, child->name(), child->length());
+            }
+        }
+    }
+
     void attribute(const TNEFAttr& a, int depth, const MAPIPropList* attachmentProps = nullptr) {
         const std::string pad(size_t(depth) * 4, ' ');
         out += fmt::format("{}{} {} length {}: {}\n", pad, a.nameString(), a.typeString(),
@@ -72,7 +116,7 @@ class Dumper {
             if (n.name()) label += " " + quotedText(*n.name());
         }
         std::string type = propTypeName(p.type());
-        if (p.isMultiValued()) {
+        if (p.isMultiValued() && p.values().size() != 1) {
             out += fmt::format("{}{} MV_{} [{}]\n", pad, label, type, p.values().size());
             for (const auto& v : p.values())
                 value(*v, depth + 1, "- ");

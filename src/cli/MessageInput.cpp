@@ -1,11 +1,24 @@
 #include "cli/MessageInput.h"
 
 #include <cstdio>
+#include <cstring>
 
+#include "OXMSG/OXMessage.h"
+#include "OXMSG/cfb/POLE.h"
 #include "platform/FileData.h"
+#include "platform/Localized.h"
 #include "tnef/TNEFMessage.h"
 
 namespace qb::cli {
+
+namespace {
+
+constexpr uint8_t kCompoundFileSignature[8] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
+constexpr const char* kOXMessageErrorDomain = "OXMessageErrorDomain";
+constexpr const char* kUnrecognizedText =
+    "It may be damaged or use a file format that Quillbox doesn't recognize.";
+
+}  // namespace
 
 const char* formatName(InputFormat format) {
     switch (format) {
@@ -26,6 +39,16 @@ OpenedInput openInput(const std::string& path) {
         in.error = readError;
         in.errorDomain = "POSIX";
         in.errorCode = readErrno;
+        return in;
+    }
+    if (data->size() >= 8 && std::memcmp(data->data(), kCompoundFileSignature, 8) == 0) {
+        in.format = InputFormat::MSG;
+        in.message = OXMessage::create(*data);
+        if (!in.message) {
+            in.error = localized(kUnrecognizedText);
+            in.errorDomain = kOXMessageErrorDomain;
+            in.errorCode = 2;
+        }
         return in;
     }
     // Anything that is not another known container is tried as TNEF, which also finds a

@@ -9,7 +9,7 @@
 
 namespace qb::cli {
 
-enum class InputFormat { TNEF, Unknown };
+enum class InputFormat { TNEF, MSG, Unknown };
 
 const char* formatName(InputFormat format);
 

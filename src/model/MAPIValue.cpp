@@ -9,6 +9,7 @@
 #include <exception>
 #include <typeinfo>
 
+#include "OXMSG/cfb/CFBEntry.h"
 #include "model/CompressedRTF.h"
 #include "model/OutlookMessage.h"
 #include "model/PropertyTags.h"
@@ -22,6 +23,8 @@ namespace {
 
 // Interface ids of embedded objects, as stored (first three fields little-endian).
 constexpr uint8_t kIIDMessage[16] = {0x07, 0x03, 0x02, 0x00, 0x00, 0x00, 0x00, 0x00,
+                                     0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46};
+constexpr uint8_t kIIDStorage[16] = {0x0B, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
                                      0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46};
 
 bool isVariableType(uint32_t baseType) {
@@ -174,7 +177,7 @@ MAPIData MAPIValue::decode() const {
             auto b = variableBytes();
             if (!b) return {};
             const StringEncoding encoding = message ? message->encoding() : kISOLatin1Encoding;
-            if (auto s = decodeString(trimTrailingZeros(*b).span(), encoding)) return *s;
+            if (auto s = decodeMessageText(trimTrailingZeros(*b).span(), encoding)) return *s;
             return {};
         }
         case PT_UNICODE: {
@@ -197,8 +200,11 @@ MAPIData MAPIValue::decode() const {
                     return *b;
                 }
             }
-            // Embedded storages are opened by the compound-file reader; other interfaces
-            // have no meaning we can give them.
+            if (std::memcmp(b->data(), kIIDStorage, 16) == 0) {
+                if (auto storage = CFBEntry::create(b->slice(16))) return storage;
+                return {};
+            }
+            // Other interfaces have no meaning we can give them.
             return {};
         }
         default:

@@ -208,6 +208,13 @@ std::optional<std::string> decodeString(std::span<const uint8_t> bytes, StringEn
     return utf16UnitsToUTF8(units.data(), static_cast<size_t>(n));
 }
 
+std::optional<std::string> decodeMessageText(std::span<const uint8_t> bytes,
+                                             StringEncoding encoding) {
+    if (auto strict = decodeString(bytes, encoding, false)) return strict;
+    if (encoding == kUTF8Encoding) return decodeString(bytes, kWindowsCP1252Encoding, true);
+    return decodeString(bytes, encoding, true);
+}
+
 std::optional<std::string> encodeString(std::string_view utf8, StringEncoding encoding,
                                         bool lossy) {
     if (!isValidUTF8(utf8)) return std::nullopt;

@@ -54,6 +54,12 @@ inline std::optional<std::string> decodeString(std::string_view bytes, StringEnc
                         lossy);
 }
 
+// 8-bit text from a message file, where the declared encoding is sometimes wrong: decoded
+// strictly in `encoding`; bytes that are not UTF-8 although UTF-8 was declared are read as
+// Windows-1252 (what such writers meant); otherwise undecodable bytes become U+FFFD.
+std::optional<std::string> decodeMessageText(std::span<const uint8_t> bytes,
+                                             StringEncoding encoding);
+
 // UTF-8 text -> bytes in `encoding`. Nothing when a character cannot be represented (or the
 // text is not valid UTF-8), unless lossy, which substitutes the encoding's replacement byte.
 std::optional<std::string> encodeString(std::string_view utf8, StringEncoding encoding,

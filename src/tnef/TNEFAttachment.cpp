@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "OXMSG/cfb/CFBEntry.h"
 #include "model/MAPIArray.h"
 #include "model/PropertyTags.h"
 #include "tnef/MacBinary.h"
@@ -15,6 +16,7 @@ namespace {
 constexpr uint32_t PR_ATTACH_CONTENT_ID = 0x3712001E;
 constexpr uint32_t PR_ATTACH_CONTENT_LOCATION = 0x3713001E;
 constexpr uint32_t PR_ATTACH_ENCODING = 0x37020102;
+constexpr int64_t kRenderingOLE = 3;
 constexpr uint8_t kMacBinaryOID[9] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x14, 0x03, 0x0B, 0x01};
 
 bool nonEmpty(const std::optional<std::string>& s) {
@@ -105,7 +107,13 @@ std::optional<Bytes> TNEFAttachment::computeRawData() const {
     const MAPIPropList* props = mapiprops();
     std::optional<Bytes> content;
     auto object = valueForProperty(props, PR_ATTACH_DATA_OBJ);
-    if (auto bytes = valueAs<Bytes>(object)) content = *bytes;
+    if (auto entry = std::get_if<std::shared_ptr<CFBEntry>>(&object);
+        entry && *entry && rendData_ && rendData_->type == kRenderingOLE) {
+        // An OLE object: its content is the storage's CONTENTS stream.
+        if (auto contents = (*entry)->entry("CONTENTS")) content = contents->data();
+    } else if (auto bytes = valueAs<Bytes>(object)) {
+        content = *bytes;
+    }
     if (auto bin = bytesForProperty(props, PR_ATTACH_DATA_BIN)) content = bin;
     if (!content) {
         auto value = valueForTNEFName(attributes_, attAttachData, atpByte);

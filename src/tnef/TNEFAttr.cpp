@@ -18,7 +18,7 @@ Bytes trimTrailingZeros(const Bytes& b) {
 }
 
 std::optional<std::string> decodeText(const Bytes& b, StringEncoding encoding) {
-    return decodeString(trimTrailingZeros(b).span(), encoding);
+    return decodeMessageText(trimTrailingZeros(b).span(), encoding);
 }
 
 // "TYPE:address" -> (address, type); nothing without a colon.

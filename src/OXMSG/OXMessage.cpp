@@ -1,0 +1,335 @@
+#include "OXMSG/OXMessage.h"
+
+#include <fmt/format.h>
+
+#include "mailkit/MKMimeHeadersParser.h"
+#include "model/MAPIArray.h"
+#include "model/PropertyTags.h"
+#include "platform/ByteReader.h"
+#include "platform/Log.h"
+
+namespace qb {
+
+namespace {
+
+constexpr const char* kPropertiesStream = "__properties_version1.0";
+constexpr std::string_view kSubstgPrefix = "__substg1.0_";
+constexpr std::string_view kRecipPrefix = "__recip_version1.0_";
+constexpr std::string_view kAttachPrefix = "__attach_version1.0_";
+constexpr const char* kEmbeddedMessage = "__substg1.0_3701000D";
+constexpr const char* kNameIdStorage = "__nameid_version1.0";
+
+constexpr uint32_t PR_SENDER_NAME = 0x0C1A001E;
+constexpr uint32_t PR_SENDER_ADDRTYPE = 0x0C1E001E;
+constexpr uint32_t PR_SENDER_EMAIL_ADDRESS = 0x0C1F001E;
+constexpr uint32_t PR_ADDRTYPE = 0x3002001E;
+constexpr uint32_t PR_EMAIL_ADDRESS = 0x3003001E;
+constexpr uint32_t PR_RECIPIENT_TYPE = 0x0C150003;
+constexpr uint32_t PR_TRANSPORT_MESSAGE_HEADERS = 0x007D001E;
+
+// The fixed GUID of named-property indices 0 to 2, as the bytes are written.
+constexpr uint8_t kFixedGUID[16] = {0x00, 0x02, 0x03, 0x29, 0x00, 0x00, 0x00, 0x00,
+                                    0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46};
+
+std::optional<uint32_t> hex4(std::string_view s) {
+    if (s.size() != 4) return std::nullopt;
+    uint32_t v = 0;
+    for (char c : s) {
+        int d = c >= '0' && c <= '9' ? c - '0' : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+        if (d < 0) return std::nullopt;
+        v = v << 4 | uint32_t(d);
+    }
+    return v;
+}
+
+}  // namespace
+
+std::shared_ptr<OXMessage> OXMessage::create(Bytes data, bool ignoreChecksum) {
+    auto root = CFBEntry::create(std::move(data));
+    if (!root) return nullptr;
+    return create(std::move(root), ignoreChecksum, 0);
+}
+
+std::shared_ptr<OXMessage> OXMessage::create(std::shared_ptr<CFBEntry> entry, bool ignoreChecksum,
+                                             int depth) {
+    if (!entry || depth > kMaxDepth) return nullptr;
+    auto message = std::make_shared<OXMessage>(ignoreChecksum, depth);
+    if (!message->open(std::move(entry))) return nullptr;
+    return message;
+}
+
+bool OXMessage::open(std::shared_ptr<CFBEntry> entry) {
+    auto properties = processProperties(*entry, nullptr);
+    if (!properties) return false;
+    if (properties->isRootMessage) translateNames(properties->props, processNameIDs(*entry));
+    root_ = std::move(entry);
+    processEncoding(properties->props);
+    props_ = std::move(properties->props);
+    attachments_ = processAttachments(*root_);
+    parseMessageHeaders();
+    mergeMimeMessageHeaders();
+    return true;
+}
+
+std::optional<OXMessage::QBProperties> OXMessage::processProperties(const CFBEntry& storage,
+                                                                    const NameMap* names) const {
+    QBProperties result;
+    auto streamEntry = storage.entry(kPropertiesStream);
+    const Bytes stream = streamEntry ? streamEntry->data().value_or(Bytes()) : Bytes();
+
+    // The header is the run of leading words whose upper half is zero: a property entry
+    // starts with a tag whose upper half (the property id) never is.
+    size_t words = 0;
+    while (words < 8) {
+        auto w = ByteReader::u32le(stream, words * 4);
+        if (!w || (*w >> 16) != 0) break;
+        ++words;
+    }
+    const size_t n = words * 4;
+    auto word = [&](size_t offset) { return ByteReader::u32le(stream, offset).value_or(0); };
+    size_t headerSize = 0;
+    if (n == 0) {
+        headerSize = 0;
+    } else if (n < 8) {
+        log("Unknown header format (headerSize < 8)");
+        return std::nullopt;
+    } else if (word(0) != 0 || word(4) != 0) {
+        log("Unknown header format ");
+        return std::nullopt;
+    } else if (n == 8) {
+        headerSize = 8;
+    } else if (n < 24) {
+        log("Unknown header format (headerSize < 24)");
+        return std::nullopt;
+    } else {
+        result.recipientCount = word(8);
+        result.attachmentCount = word(12);
+        if (!ignoreChecksum_ && (word(16) != result.recipientCount || word(20) != result.attachmentCount)) {
+            log("header check failed");
+            return std::nullopt;
+        }
+        if (n == 24) {
+            headerSize = 24;
+        } else if (n < 32) {
+            log("Unknown header format (headerSize < 32)");
+            return std::nullopt;
+        } else if (n == 32) {
+            if (word(24) == 0 && word(28) == 0) result.isRootMessage = true;
+            headerSize = 32;
+        } else {
+            log("Unknown header format (headerSize > 32)");
+            return std::nullopt;
+        }
+    }
+    result.props = processPropertyList(stream, headerSize);
+    MAPIPropList variable = processPropEntries(storage);
+    result.props.insert(result.props.end(), variable.begin(), variable.end());
+    if (names) translateNames(result.props, *names);
+    return result;
+}
+
+MAPIPropList OXMessage::processPropertyList(const Bytes& stream, size_t headerSize) const {
+    MAPIPropList props;
+    if (stream.size() <= headerSize) return props;
+    auto me = self();
+    for (size_t offset = headerSize; offset < stream.size();) {
+        auto rawType = ByteReader::u16le(stream, offset);
+        auto id = ByteReader::u16le(stream, offset + 2);
+        if (!rawType || !id) break;
+        const uint32_t type = *rawType & ~MV_FLAG;
+        size_t valueSize = 0, advance = 16;
+        switch (type) {
+            case PT_UNSPECIFIED:
+            case PT_OBJECT:
+            case PT_STRING8:
+            case PT_UNICODE:
+            case PT_CLSID:
+            case PT_BINARY:
+                break;  // the value lives in its own stream
+            case PT_NULL:
+                advance = 8;
+                break;
+            case PT_SHORT:
+            case PT_LONG:
+            case PT_FLOAT:
+            case PT_ERROR:
+            case PT_BOOLEAN:
+                valueSize = 4;
+                break;
+            case PT_DOUBLE:
+            case PT_CURRENCY:
+            case PT_APPTIME:
+            case PT_LONGLONG:
+            case PT_SYSTIME:
+                valueSize = 8;
+                break;
+            default:
+                logf("Unknown MAPI type: 0x{:X}", type);
+                advance = 8;
+                break;
+        }
+        if (valueSize) {
+            if (auto value = stream.sub(offset + 8, valueSize)) {
+                auto v = MAPIValue::create(*value, type, *id, me);
+                props.push_back(std::make_shared<MAPIProp>(std::vector{v}, type, *id, nullptr));
+            }
+        }
+        offset += advance;
+    }
+    return props;
+}
+
+std::shared_ptr<MAPIProp> OXMessage::processProperty(const CFBEntry& stream) const {
+    const std::string name = stream.name();
+    if (name.size() < 20 || !name.starts_with(kSubstgPrefix)) return nullptr;
+    auto id = hex4(std::string_view(name).substr(12, 4));
+    auto type = hex4(std::string_view(name).substr(16, 4));
+    if (!id || !type || stream.length() == 0) return nullptr;
+    auto data = stream.data();
+    if (!data) return nullptr;
+    const uint32_t base = *type & ~MV_FLAG;
+    auto value = MAPIValue::create(*data, base, *id, self());
+    return std::make_shared<MAPIProp>(std::move(value), base, *id, nullptr);
+}
+
+MAPIPropList OXMessage::processPropEntries(const CFBEntry& storage) const {
+    MAPIPropList props;
+    for (const auto& child : storage.entries()) {
+        if (!child->isDocumentEntry() || !child->name().starts_with(kSubstgPrefix)) continue;
+        if (auto p = processProperty(*child)) props.push_back(std::move(p));
+    }
+    return props;
+}
+
+OXMessage::NameMap OXMessage::processNameIDs(const CFBEntry& root) const {
+    NameMap names;
+    auto storage = root.entry(kNameIdStorage);
+    if (!storage) return names;
+    auto streamData = [&](const char* name) {
+        auto e = storage->entry(name);
+        return e ? e->data().value_or(Bytes()) : Bytes();
+    };
+    const Bytes guidStream = streamData("__substg1.0_00020102");
+    const Bytes entryStream = streamData("__substg1.0_00030102");
+    const Bytes stringStream = streamData("__substg1.0_00040102");
+
+    const Bytes fixed = Bytes::copy(kFixedGUID, sizeof kFixedGUID);
+    std::vector<Bytes> guids(3, fixed);  // indices 0 to 2 all name the same set
+    for (size_t off = 0; off + 16 <= guidStream.size(); off += 16) guids.push_back(*guidStream.sub(off, 16));
+
+    for (size_t off = 0; off + 8 <= entryStream.size(); off += 8) {
+        const uint32_t nameOrOffset = *ByteReader::u32le(entryStream, off);
+        const uint16_t indexAndKind = *ByteReader::u16le(entryStream, off + 4);
+        const uint16_t propertyIndex = *ByteReader::u16le(entryStream, off + 6);
+        const uint32_t propID = 0x8000u + propertyIndex;
+        const size_t guidIndex = indexAndKind >> 1;
+        std::optional<Bytes> guid;
+        if (guidIndex < guids.size()) guid = guids[guidIndex];
+        if ((indexAndKind & 1) == 0) {
+            names[propID] = std::make_shared<MAPIPropName>(guid, nameOrOffset, std::nullopt);
+            continue;
+        }
+        std::optional<std::string> name;
+        const uint64_t offset = nameOrOffset;
+        if (auto length = ByteReader::u32le(stringStream, size_t(std::min<uint64_t>(offset, SIZE_MAX)));
+            length && offset + 4 <= stringStream.size() && *length <= stringStream.size() &&
+            offset + 4 + *length <= stringStream.size()) {
+            Bytes raw = *stringStream.sub(size_t(offset + 4), *length);
+            size_t n = raw.size();
+            while (n >= 2 && raw[n - 1] == 0 && raw[n - 2] == 0) n -= 2;
+            name = utf16leToUTF8(raw.slice(0, n).span());
+        }
+        names[propID] = std::make_shared<MAPIPropName>(guid, propID, name);
+    }
+    return names;
+}
+
+void OXMessage::translateNames(const MAPIPropList& props, const NameMap& names) {
+    for (const auto& p : props)
+        if (auto it = names.find(p->name()); it != names.end()) p->setPropName(it->second);
+}
+
+std::vector<MAPIPropList> OXMessage::processRecipients(const CFBEntry& root) const {
+    std::vector<MAPIPropList> rows;
+    for (const auto& child : root.entries()) {
+        if (!child->name().starts_with(kRecipPrefix)) continue;
+        if (auto p = processProperties(*child, nullptr)) rows.push_back(std::move(p->props));
+    }
+    return rows;
+}
+
+AttachmentList OXMessage::processAttachments(const CFBEntry& root) const {
+    AttachmentList list;
+    for (const auto& child : root.entries()) {
+        if (!child->name().starts_with(kAttachPrefix)) continue;
+        auto properties = processProperties(*child, nullptr);
+        if (!properties) continue;
+        std::shared_ptr<OutlookMessage> nested;
+        if (auto embedded = child->entry(kEmbeddedMessage)) {
+            if (depth_ + 1 > kMaxDepth)
+                logf("Embedded message nested deeper than {} levels not opened", kMaxDepth);
+            else
+                nested = create(embedded, ignoreChecksum_, depth_ + 1);
+        }
+        list.push_back(std::make_shared<TNEFAttachment>(std::move(properties->props),
+                                                        std::move(nested), self()));
+    }
+    return list;
+}
+
+void OXMessage::processEncoding(const MAPIPropList& props) {
+    auto codePage = uint32ForProperty(&props, PR_MESSAGE_CODEPAGE);
+    if (!codePage) codePage = uint32ForProperty(&props, PR_INTERNET_CPID);
+    if (!codePage) return;
+    const StringEncoding e = encodingForWindowsCodePage(*codePage);
+    if (e != kInvalidEncoding) encoding_ = e;
+}
+
+void OXMessage::parseMessageHeaders() {
+    const MAPIPropList* props = &props_;
+    messageClass_ = stringForProperty(props, PR_MESSAGE_CLASS);
+    subject_ = stringForProperty(props, PR_SUBJECT);
+    if (auto address = stringForProperty(props, PR_SENDER_EMAIL_ADDRESS))
+        sender_ = std::make_shared<Address>(stringForProperty(props, PR_SENDER_NAME), address,
+                                            stringForProperty(props, PR_SENDER_ADDRTYPE));
+    for (const auto& row : processRecipients(*root_)) {
+        auto address = std::make_shared<Address>(stringForProperty(&row, PR_DISPLAY_NAME),
+                                                 stringForProperty(&row, PR_EMAIL_ADDRESS),
+                                                 stringForProperty(&row, PR_ADDRTYPE));
+        switch (uint32ForProperty(&row, PR_RECIPIENT_TYPE).value_or(0)) {
+            case 0:
+            case 1: to_.push_back(std::move(address)); break;
+            case 2: cc_.push_back(std::move(address)); break;
+            case 3: bcc_.push_back(std::move(address)); break;
+            default: break;
+        }
+    }
+}
+
+void OXMessage::mergeMimeMessageHeaders() {
+    auto text = stringForProperty(&props_, PR_TRANSPORT_MESSAGE_HEADERS);
+    if (!text) return;
+    const MKMessageHeaders headers(*text);
+    auto toAddress = [](const MKEmailAddress& m) {
+        return std::make_shared<Address>(m.displayName(), m.userAtDomain(), std::string("SMTP"));
+    };
+    // Only mailboxes with an address count: a bare name ("From: \"alec milton\"") does
+    // not replace what the properties say.
+    auto mailboxes = [&](const char* key) {
+        std::vector<MKEmailAddress> valid;
+        if (auto found = headers.addressListForKey(key))
+            for (const auto& m : *found)
+                if (m.isValid()) valid.push_back(m);
+        return valid;
+    };
+    if (auto from = mailboxes("From"); !from.empty()) sender_ = toAddress(from.front());
+    for (auto [key, list] : {std::pair{"To", &to_}, std::pair{"Cc", &cc_}, std::pair{"Bcc", &bcc_}}) {
+        auto found = mailboxes(key);
+        if (found.empty()) continue;
+        list->clear();
+        for (const auto& m : found) list->push_back(toAddress(m));
+    }
+}
+
+}  // namespace qb

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "OXMSG/cfb/CFBEntry.h"
+#include "model/OutlookMessage.h"
+#include "tnef/TNEFAttachment.h"
+
+namespace qb {
+
+// An Outlook .msg file (MAPI properties in a compound file) read into the message model.
+class OXMessage : public OutlookMessage {
+public:
+    static constexpr int kMaxDepth = 64;
+
+    // What one property storage holds.
+    struct QBProperties {
+        uint32_t recipientCount = 0;
+        uint32_t attachmentCount = 0;
+        bool isRootMessage = false;
+        MAPIPropList props;
+    };
+    using NameMap = std::map<uint32_t, std::shared_ptr<MAPIPropName>>;
+
+    // Nothing when the data is no compound file or its properties cannot be read. The header
+    // check (next IDs equal to the counts) is skipped unless `ignoreChecksum` is false.
+    static std::shared_ptr<OXMessage> create(Bytes data, bool ignoreChecksum = true);
+    static std::shared_ptr<OXMessage> create(std::shared_ptr<CFBEntry> entry, bool ignoreChecksum,
+                                             int depth = 0);
+
+    std::optional<QBProperties> processProperties(const CFBEntry& storage, const NameMap* names) const;
+    MAPIPropList processPropertyList(const Bytes& stream, size_t headerSize) const;
+    MAPIPropList processPropEntries(const CFBEntry& storage) const;
+    std::shared_ptr<MAPIProp> processProperty(const CFBEntry& stream) const;
+    NameMap processNameIDs(const CFBEntry& root) const;
+    static void translateNames(const MAPIPropList& props, const NameMap& names);
+    std::vector<MAPIPropList> processRecipients(const CFBEntry& root) const;
+    AttachmentList processAttachments(const CFBEntry& root) const;
+
+    const std::shared_ptr<CFBEntry>& rootEntry() const { return root_; }
+
+    // OutlookMessage
+    bool ignoreChecksum() const override { return ignoreChecksum_; }
+    StringEncoding encoding() const override { return encoding_; }
+    const TNEFAttrList& attributes() const override { return noAttributes_; }
+    const MAPIPropList* mapiprops() const override { return &props_; }
+    const AttachmentList& attachments() const override { return attachments_; }
+    std::optional<std::string> tnefCorrelator() const override { return std::nullopt; }
+    std::optional<std::string> messageClass() const override { return messageClass_; }
+    const AddressList& toRecipients() const override { return to_; }
+    const AddressList& ccRecipients() const override { return cc_; }
+    const AddressList& bccRecipients() const override { return bcc_; }
+    std::shared_ptr<Address> sender() const override { return sender_; }
+    std::optional<std::string> subject() const override { return subject_; }
+    std::optional<Date> date() const override { return std::nullopt; }
+    std::optional<std::string> mimeBodyContent() const override { return std::nullopt; }
+    std::optional<std::string> mimeHtmlBodyContent() const override { return std::nullopt; }
+    bool isTnefCorrelatorMatchingMimeHeader() const override { return false; }
+    ValueLayout valueLayout() const override { return ValueLayout::WholeBuffer; }
+    std::shared_ptr<OutlookMessage> openEmbeddedMessage(const Bytes&) const override {
+        return nullptr;
+    }
+
+    OXMessage(bool ignoreChecksum, int depth) : ignoreChecksum_(ignoreChecksum), depth_(depth) {}
+
+private:
+    bool open(std::shared_ptr<CFBEntry> entry);
+    std::shared_ptr<const OutlookMessage> self() const { return shared_from_this(); }
+    void processEncoding(const MAPIPropList& props);
+    void parseMessageHeaders();
+    void mergeMimeMessageHeaders();
+
+    bool ignoreChecksum_;
+    int depth_;
+    StringEncoding encoding_ = kISOLatin1Encoding;
+    std::shared_ptr<CFBEntry> root_;
+    TNEFAttrList noAttributes_;
+    MAPIPropList props_;
+    AttachmentList attachments_;
+    std::optional<std::string> messageClass_, subject_;
+    std::shared_ptr<Address> sender_;
+    AddressList to_, cc_, bcc_;
+};
+
+}  // namespace qb

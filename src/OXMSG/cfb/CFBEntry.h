@@ -1,0 +1,54 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "OXMSG/cfb/POLE.h"
+#include "platform/Bytes.h"
+
+namespace qb {
+
+// One directory entry (the root, a storage or a stream) of a compound file held in memory.
+// Every entry shares the root's storage, which keeps the input bytes alive.
+class CFBEntry {
+public:
+    // The root of the compound file in `data`; nothing when it is not one we can open.
+    static std::shared_ptr<CFBEntry> create(Bytes data);
+    CFBEntry(std::shared_ptr<const POLE::Storage> storage, const POLE::DirEntry* entry,
+             std::string path)
+        : storage_(std::move(storage)), entry_(entry), path_(std::move(path)) {}
+
+    // The last component of the path; "/" for the root.
+    std::string name() const;
+    const std::string& path() const { return path_; }
+    bool isDirectoryEntry() const { return entry_->dir; }
+    bool isDocumentEntry() const { return !entry_->dir; }
+    uint64_t length() const { return entry_->size; }
+
+    // Children in directory-tree order; none for a stream.
+    const std::vector<std::shared_ptr<CFBEntry>>& entries() const;
+    // The entry at `name` below this one (a name holding "/" reaches deeper); not kept.
+    std::shared_ptr<CFBEntry> entry(const std::string& name) const;
+    // A stream's bytes (a window onto the input where its sectors lie in one run); nothing
+    // for a storage, or a stream that cannot be opened (logged).
+    std::optional<Bytes> data() const;
+
+    // "<CFBEntry: 0x…> { name = '…', directoryEntry = YES, length = 0}"
+    std::string description() const;
+    const POLE::Storage& storage() const { return *storage_; }
+
+private:
+    std::string childPath(const std::string& name) const;
+
+    std::shared_ptr<const POLE::Storage> storage_;
+    const POLE::DirEntry* entry_;
+    std::string path_;
+    mutable std::mutex mutex_;
+    mutable std::optional<std::vector<std::shared_ptr<CFBEntry>>> entries_;
+    mutable std::optional<std::optional<Bytes>> data_;
+};
+
+}  // namespace qb
