@@ -1,0 +1,254 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "OXMSG/OXMessage.h"
+#include "model/MAPIArray.h"
+#include "model/PropertyTags.h"
+#include "support/LogCapture.h"
+#include "support/MsgWriter.h"
+#include "support/TNEFWriter.h"
+#include "tnef/TNEFMessage.h"
+
+namespace qb {
+namespace {
+
+using test::CFNode;
+using test::MsgFile;
+using test::MsgProps;
+
+const std::string kGUID("0123456789ABCDEF", 16);
+
+MsgProps recipient(const std::string& name, const std::string& address, uint32_t type) {
+    MsgProps r;
+    r.unicode(0x3001, name).string8(0x3002, "SMTP").unicode(0x3003, address).u32(0x0C15, type);
+    return r;
+}
+
+MsgFile sampleMsg() {
+    MsgFile f;
+    f.root.string8(0x001A, "IPM.Note")
+        .unicode(0x0037, "Quarterly numbers")
+        .unicode(0x0C1A, "Ann Lee")
+        .string8(0x0C1E, "SMTP")
+        .unicode(0x0C1F, "ann@example.org")
+        .unicode(0x1000, "Body text")
+        .fixed(0x0040, 0x0039, 0x01DA5D858688D980ULL)
+        .fixed(0x000B, 0x0E1B, 1)
+        .u32(0x8001, 42)
+        .unicode(0x8002, "named by string");
+    f.recipients = {recipient("Bo", "bo@example.org", 1), recipient("Cy", "cy@example.org", 2),
+                    recipient("Di", "di@example.org", 3), recipient("Ed", "ed@example.org", 0),
+                    recipient("Fay", "fay@example.org", 0x10)};
+    MsgProps file;
+    file.unicode(0x3707, "report.pdf").string8(0x370E, "application/pdf").binary(0x3701, "%PDF-1.4 ...").u32(0x3705, 1);
+    MsgFile inner;
+    inner.root.unicode(0x0037, "Inner message").u32(0x8001, 7);
+    MsgProps innerAttachment;
+    innerAttachment.unicode(0x3707, "inner.txt").binary(0x3701, "inner bytes");
+    inner.attachments.push_back({innerAttachment, {}});
+    MsgProps embedded;
+    embedded.unicode(0x3001, "Inner message").u32(0x3705, 5);
+    f.attachments.push_back({file, {}});
+    f.attachments.push_back({embedded, inner.tree(MsgProps::Kind::Embedded).children});
+    f.guids = {kGUID};
+    f.named = {{1, 3, 0x8238, ""}, {2, 1, 0, "Keywords"}};
+    return f;
+}
+
+TEST(OXMessage, ReadsFieldsRecipientsAttachmentsAndNames) {
+    for (unsigned shift : {9u, 12u}) {
+        auto m = OXMessage::create(Bytes::fromString(sampleMsg().write(shift)));
+        ASSERT_TRUE(m);
+        EXPECT_EQ(m->messageClass(), "IPM.Note");
+        EXPECT_EQ(m->subject(), "Quarterly numbers");
+        EXPECT_EQ(m->sender()->email(), "Ann Lee <ann@example.org>");
+        EXPECT_EQ(m->sender()->type(), "SMTP");
+        EXPECT_FALSE(m->date());  // left to the exporters, which read the properties
+        EXPECT_TRUE(m->attributes().empty());
+        EXPECT_FALSE(m->tnefCorrelator());
+        const MAPIPropList* props = m->mapiprops();
+        EXPECT_EQ(formatRFC3339(*dateForProperty(props, PR_CLIENT_SUBMIT_TIME)), "2024-02-12T07:31:43Z");
+        EXPECT_TRUE(std::get<bool>(valueForProperty(props, 0x0E1B000B)));
+        EXPECT_EQ(stringForProperty(props, PR_BODY), "Body text");
+
+        ASSERT_EQ(m->toRecipients().size(), 2u);
+        EXPECT_EQ(m->toRecipients()[0]->email(), "Bo <bo@example.org>");
+        EXPECT_EQ(m->toRecipients()[1]->displayName(), "Ed");
+        ASSERT_EQ(m->ccRecipients().size(), 1u);
+        ASSERT_EQ(m->bccRecipients().size(), 1u);  // Fay (type 0x10) is in no list
+
+        // Named properties keep their id and get their name.
+        auto numbered = findPropID(*props, 0x8001, PT_LONG);
+        ASSERT_TRUE(numbered && numbered->propName());
+        EXPECT_EQ(numbered->propName()->propID(), 0x8238u);
+        EXPECT_EQ(numbered->propName()->GUID()->view(), kGUID);
+        auto named = findPropID(*props, 0x8002, PT_UNICODE);
+        ASSERT_TRUE(named && named->propName());
+        EXPECT_EQ(named->propName()->name(), "Keywords");
+        EXPECT_EQ(named->propName()->GUID()->view(),
+                  std::string("\x00\x02\x03\x29\x00\x00\x00\x00\xC0\x00\x00\x00\x00\x00\x00\x46", 16));
+
+        ASSERT_EQ(m->attachments().size(), 2u);
+        const auto& pdf = *m->attachments()[0];
+        EXPECT_EQ(pdf.filename(), "report.pdf");
+        EXPECT_EQ(pdf.mimeType(), "application/pdf");
+        EXPECT_EQ(pdf.rawData()->view(), "%PDF-1.4 ...");
+        EXPECT_FALSE(pdf.nestedMessage());
+        auto inner = m->attachments()[1]->nestedMessage();
+        ASSERT_TRUE(inner);
+        EXPECT_EQ(inner->subject(), "Inner message");
+        ASSERT_EQ(inner->attachments().size(), 1u);
+        EXPECT_EQ(inner->attachments()[0]->rawData()->view(), "inner bytes");
+        // An embedded message's named properties stay untranslated.
+        EXPECT_FALSE(findPropID(*inner->mapiprops(), 0x8001, PT_LONG)->propName());
+    }
+}
+
+TEST(OXMessage, HeaderCheckOnlyWhenAsked) {
+    MsgFile f = sampleMsg();
+    f.countsMatch = false;
+    const Bytes data = Bytes::fromString(f.write());
+    EXPECT_TRUE(OXMessage::create(data));
+    test::LogCapture log;
+    EXPECT_FALSE(OXMessage::create(data, false));
+    EXPECT_THAT(log.lines, testing::ElementsAre("header check failed"));
+    EXPECT_TRUE(OXMessage::create(Bytes::fromString(sampleMsg().write()), false));
+}
+
+TEST(OXMessage, PropertyStreamHeaderForms) {
+    auto message = [](const std::string& propertiesStream) {
+        CFNode root = CFNode::dir("R", {CFNode::stream("__properties_version1.0", propertiesStream),
+                                        CFNode::stream("__substg1.0_0037001F", test::utf16le("s", false))});
+        return OXMessage::create(Bytes::fromString(test::CompoundFileWriter().write(root)));
+    };
+    const std::string entry = test::ByteWriter().u16(3).u16(0x0E08).u32(6).u64(77).str();
+    struct Case {
+        size_t zeros;
+        const char* log;
+    };
+    for (const Case& c : {Case{0, nullptr}, Case{4, "Unknown header format (headerSize < 8)"},
+                          Case{8, nullptr}, Case{16, "Unknown header format (headerSize < 24)"},
+                          Case{24, nullptr}, Case{28, "Unknown header format (headerSize < 32)"},
+                          Case{32, nullptr}}) {
+        test::LogCapture log;
+        auto m = message(std::string(c.zeros, '\0') + entry);
+        if (c.log) {
+            EXPECT_FALSE(m) << c.zeros;
+            EXPECT_THAT(log.lines, testing::ElementsAre(c.log));
+        } else {
+            ASSERT_TRUE(m) << c.zeros;
+            EXPECT_EQ(uint32ForProperty(m->mapiprops(), 0x0E080003), 77u) << c.zeros;
+            EXPECT_EQ(m->subject(), "s");
+        }
+    }
+    test::LogCapture log;
+    EXPECT_FALSE(message(std::string(8, '\0').replace(0, 1, "\x01") + std::string(8, '\0') + entry));
+    EXPECT_THAT(log.lines, testing::ElementsAre("Unknown header format "));
+    // A null entry takes 8 bytes, not 16: the next entry starts where its value would be.
+    auto withNull = message(std::string(32, '\0') + test::ByteWriter().u16(1).u16(0x0E1C).u32(6).str() + entry);
+    ASSERT_TRUE(withNull);
+    EXPECT_EQ(uint32ForProperty(withNull->mapiprops(), 0x0E080003), 77u);
+}
+
+TEST(OXMessage, UnknownFixedTypesAreLoggedAndSkipped) {
+    MsgFile f;
+    f.root.fixed(0x0009, 0x0E01, 0).u32(0x0E02, 5);
+    test::LogCapture log;
+    auto m = OXMessage::create(Bytes::fromString(f.write()));
+    ASSERT_TRUE(m);
+    EXPECT_THAT(log.lines, testing::Contains("Unknown MAPI type: 0x9"));
+}
+
+TEST(OXMessage, EightBitStringsUseTheMessageCodePage) {
+    struct Case {
+        uint16_t tag;
+        uint32_t codePage;
+        std::string bytes, text;
+    };
+    for (const Case& c : {Case{0x3FFD, 1251, "\xCF\xF0\xE8\xE2\xE5\xF2", "Привет"},
+                          Case{0x3FDE, 932, "\x93\xFA\x96\x7B\x8C\xEA", "日本語"},
+                          Case{0x3FFD, 936, "\xD6\xD0\xCE\xC4", "中文"},
+                          // Declared UTF-8, written in Windows-1252: read as what was meant.
+                          Case{0x3FDE, 65001, "\xF6\xE4\xFC", "öäü"}}) {
+        MsgFile f;
+        f.root.u32(c.tag, c.codePage).string8(0x0037, c.bytes);
+        f.recipients.push_back(MsgProps().string8(0x3001, c.bytes));
+        auto m = OXMessage::create(Bytes::fromString(f.write()));
+        ASSERT_TRUE(m);
+        EXPECT_EQ(m->subject(), c.text) << c.codePage;
+        EXPECT_EQ(m->toRecipients()[0]->displayName(), c.text) << c.codePage;
+    }
+}
+
+TEST(OXMessage, TransportHeadersReplaceSenderAndRecipients) {
+    MsgFile f = sampleMsg();
+    f.root.string8(0x007D,
+                   "Received: from x\r\nFrom: =?utf-8?Q?J=C3=B6rg?= <joerg@example.de>\r\n"
+                   "To: \"Lee, Ann\" <ann@example.org>, bo@example.org\r\nSubject: hi\r\n\r\n");
+    auto m = OXMessage::create(Bytes::fromString(f.write()));
+    ASSERT_TRUE(m);
+    EXPECT_EQ(m->sender()->email(), "Jörg <joerg@example.de>");
+    EXPECT_EQ(m->sender()->type(), "SMTP");
+    ASSERT_EQ(m->toRecipients().size(), 2u);
+    EXPECT_EQ(m->toRecipients()[0]->email(), "Lee, Ann <ann@example.org>");
+    EXPECT_EQ(m->toRecipients()[1]->email(), "bo@example.org <bo@example.org>");
+    EXPECT_EQ(m->ccRecipients().size(), 1u);  // no Cc line: the properties' list stays
+
+    // A From line without an address leaves the sender from the properties.
+    MsgFile nameOnly = sampleMsg();
+    nameOnly.root.string8(0x007D, "From: \"alec milton\"\r\n\r\n");
+    EXPECT_EQ(OXMessage::create(Bytes::fromString(nameOnly.write()))->sender()->address(), "ann@example.org");
+}
+
+TEST(OXMessage, NotACompoundFileOrNoMessage) {
+    EXPECT_FALSE(OXMessage::create(Bytes::fromString("plain text")));
+    EXPECT_FALSE(OXMessage::create(Bytes()));
+    // A compound file with no properties at all is an empty message.
+    auto empty = OXMessage::create(Bytes::fromString(test::CompoundFileWriter().write(CFNode::dir("R"))));
+    ASSERT_TRUE(empty);
+    EXPECT_TRUE(empty->mapiprops()->empty());
+}
+
+TEST(OXMessage, EmbeddedMessagesNestToTheDepthLimit) {
+    MsgFile innermost;
+    innermost.root.unicode(0x0037, "bottom");
+    CFNode node = innermost.tree(MsgProps::Kind::Embedded);
+    for (int i = 0; i < 80; ++i) {
+        MsgFile level;
+        level.attachments.push_back({MsgProps().u32(0x3705, 5), node.children});
+        node = level.tree(MsgProps::Kind::Embedded);
+    }
+    test::LogCapture quiet;
+    std::shared_ptr<OutlookMessage> m =
+        OXMessage::create(Bytes::fromString(test::CompoundFileWriter().write(node)));
+    ASSERT_TRUE(m);
+    int depth = 0;
+    while (!m->attachments().empty() && m->attachments()[0]->nestedMessage()) {
+        m = m->attachments()[0]->nestedMessage();
+        ++depth;
+    }
+    EXPECT_EQ(depth, OXMessage::kMaxDepth);
+}
+
+TEST(OXMessage, TNEFOleObjectsTakeTheirContentsStream) {
+    const std::string storage = test::CompoundFileWriter().write(
+        CFNode::dir("R", {CFNode::stream("CONTENTS", "the embedded object's bytes"),
+                          CFNode::stream("\x01" "CompObj", "x")}));
+    const std::string iid("\x0B\x00\x00\x00\x00\x00\x00\x00\xC0\x00\x00\x00\x00\x00\x00\x46", 16);
+    test::PropsWriter props;
+    props.binary(0x3701, iid + storage, 0x000D);
+    for (uint16_t rendering : {uint16_t(3), uint16_t(2)}) {
+        const std::string rend = test::ByteWriter().u16(rendering).u32(0).u16(0).u16(0).u32(0).str();
+        auto m = test::readTNEF(test::TNEFWriter().attr(2, 0x9002, 6, rend).attr(2, 0x9005, 6, props.str()).str());
+        auto data = m->attachments()[0]->rawData();
+        if (rendering == 3) {
+            ASSERT_TRUE(data);
+            EXPECT_EQ(data->view(), "the embedded object's bytes");
+        } else {
+            EXPECT_FALSE(data);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace qb
