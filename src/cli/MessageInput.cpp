@@ -24,6 +24,8 @@ const char* formatName(InputFormat format) {
     switch (format) {
         case InputFormat::TNEF:
             return "tnef";
+        case InputFormat::MSG:
+            return "msg";
         default:
             return "unknown";
     }

@@ -35,6 +35,13 @@ BodySizes bodySizes(const OutlookMessage& m) {
     return sizes;
 }
 
+// The message's date; a .msg leaves it to the properties: submit time, else delivery time.
+std::optional<Date> messageDate(const OutlookMessage& m) {
+    if (auto d = m.date()) return d;
+    if (auto d = dateForProperty(m.mapiprops(), PR_CLIENT_SUBMIT_TIME)) return d;
+    return dateForProperty(m.mapiprops(), PR_MESSAGE_DELIVERY_TIME);
+}
+
 Dictionary optionalJSON(const std::optional<std::string>& s) {
     return s ? Dictionary(*s) : Dictionary(nullptr);
 }
@@ -90,7 +97,8 @@ Dictionary messageJSON(const OutlookMessage& m, int depth) {
     Dictionary d;
     d["messageClass"] = optionalJSON(m.messageClass());
     d["subject"] = optionalJSON(m.subject());
-    d["date"] = m.date() ? Dictionary(formatRFC3339(*m.date())) : Dictionary(nullptr);
+    const auto date = messageDate(m);
+    d["date"] = date ? Dictionary(formatRFC3339(*date)) : Dictionary(nullptr);
     d["sender"] = addressJSON(m.sender());
     d["to"] = addressListJSON(m.toRecipients());
     d["cc"] = addressListJSON(m.ccRecipients());
@@ -116,7 +124,8 @@ std::string messageText(const OutlookMessage& m, int indent, int depth) {
     };
     line("class:", m.messageClass().value_or(""));
     line("subject:", m.subject().value_or(""));
-    line("date:", m.date() ? formatRFC3339(*m.date()) : "");
+    const auto date = messageDate(m);
+    line("date:", date ? formatRFC3339(*date) : "");
     line("from:", m.sender() ? m.sender()->email().value_or("") : "");
     line("to:", addressListText(m.toRecipients()));
     line("cc:", addressListText(m.ccRecipients()));

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <cctype>
+
 #include "mailkit/MimeEncoding.h"
 #include "mailkit/RFC2822Scanner.h"
 #include "mailkit/Unicode.h"
@@ -47,6 +49,41 @@ std::optional<std::string> MKEmailAddress::rfc2822RepresentationForAddresses(
 MKEmailAddress::Text MKEmailAddress::userAtDomain() const {
     if (!userName_ || !domain_) return std::nullopt;
     return fmt::format("{}@{}", *userName_, *domain_);
+}
+
+namespace {
+
+bool isDotAtom(std::string_view s) {
+    if (s.empty() || s.front() == '.' || s.back() == '.') return false;
+    for (size_t i = 0; i < s.size(); ++i) {
+        const unsigned char c = static_cast<unsigned char>(s[i]);
+        if (c == '.') {
+            if (s[i + 1] == '.') return false;
+            continue;
+        }
+        if (c < 0x80 && !std::isalnum(c) &&
+            std::string_view("!#$%&'*+-/=?^_`{|}~").find(static_cast<char>(c)) ==
+                std::string_view::npos)
+            return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+MKEmailAddress::Text MKEmailAddress::addrSpec() const {
+    if (!userName_) return std::nullopt;
+    std::string local = *userName_;
+    if (!isDotAtom(local)) {
+        std::string quoted = "\"";
+        for (char c : local) {
+            if (c == '"' || c == '\\') quoted += '\\';
+            quoted += c;
+        }
+        local = quoted + "\"";
+    }
+    if (!domain_) return local;
+    return local + "@" + *domain_;
 }
 
 MKEmailAddress::Text MKEmailAddress::commentedAddress() const {

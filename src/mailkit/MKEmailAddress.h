@@ -11,7 +11,7 @@ namespace qb {
 // One RFC 2822 mailbox: an optional display name (the address comment, stored decoded) and
 // an address of a user name and a domain. A value: copyable and comparable.
 class MKEmailAddress {
-public:
+  public:
     using Text = std::optional<std::string>;
 
     MKEmailAddress() = default;
@@ -40,12 +40,15 @@ public:
     Text rfc2822Representation() const;
     Text commentedAddress() const;  // "Name <user@domain>"
     Text userAtDomain() const;      // "user@domain"
-    Text displayName() const;       // the decoded name, else user@domain
+    // The address as RFC 5322 writes it: the local part quoted when it is no dot-atom
+    // ("\"alec milton\"@x"), and alone when there is no domain.
+    Text addrSpec() const;
+    Text displayName() const;  // the decoded name, else user@domain
     std::string description() const;
 
     bool operator==(const MKEmailAddress&) const = default;
 
-private:
+  private:
     Text addressComment_, userName_, domain_;
 };
 

@@ -42,6 +42,7 @@ inline constexpr uint32_t PR_MESSAGE_CLASS = 0x001A001E;
 inline constexpr uint32_t PR_SUBJECT = 0x0037001E;
 inline constexpr uint32_t PR_CLIENT_SUBMIT_TIME = 0x00390040;
 inline constexpr uint32_t PR_CONVERSATION_TOPIC = 0x0070001E;
+inline constexpr uint32_t PR_MESSAGE_DELIVERY_TIME = 0x0E060040;
 inline constexpr uint32_t PR_TNEF_CORRELATION_KEY = 0x007F0102;
 inline constexpr uint32_t PR_BODY = 0x1000001E;
 inline constexpr uint32_t PR_RTF_COMPRESSED = 0x10090102;

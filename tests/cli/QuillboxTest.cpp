@@ -12,6 +12,7 @@
 #include <sstream>
 
 #include "platform/Dictionary.h"
+#include "support/MsgWriter.h"
 #include "support/SampleMessages.h"
 #include "support/TNEFWriter.h"
 
@@ -166,6 +167,44 @@ TEST_F(Quillbox, InfoJSONFollowsTheSchema) {
     EXPECT_EQ(bad["file"], text);
     EXPECT_EQ(bad["error"]["domain"], "TNEFErrorDomain");
     EXPECT_EQ(bad["error"]["code"], 2);
+}
+
+TEST_F(Quillbox, ReadsMsgFiles) {
+    test::MsgFile f;
+    f.root.string8(0x001A, "IPM.Note")
+        .unicode(0x0037, "From a .msg")
+        .binary(0x1009, test::helloWorldCompressedRTF())
+        .fixed(0x0040, 0x0039, 0x01DA5D858688D980ULL);
+    test::MsgProps attachment;
+    attachment.unicode(0x3707, "a.txt").binary(0x3701, "attached");
+    f.attachments.push_back({attachment, {}});
+    const std::string msg = write("message.msg", f.write());
+
+    RunResult r = run("info --json " + msg);
+    EXPECT_EQ(r.status, 0) << r.err;
+    const Dictionary line = Dictionary::parse(r.out);
+    EXPECT_EQ(line["format"], "msg");
+    EXPECT_EQ(line["message"]["subject"], "From a .msg");
+    EXPECT_EQ(line["message"]["date"], "2024-02-12T07:31:43Z");  // from the submit time
+    EXPECT_EQ(line["message"]["attachments"][0]["size"], 8);
+
+    r = run("dump " + msg);
+    EXPECT_EQ(r.status, 0);
+    EXPECT_THAT(r.out, HasSubstr("storage tree:\n"));
+    EXPECT_THAT(r.out, HasSubstr("  __attach_version1.0_#00000000/\n"));
+    EXPECT_THAT(r.out, HasSubstr("    PR_SUBJECT_W PT_UNICODE: \"From a .msg\"\n"));
+    EXPECT_THAT(r.out, HasSubstr("    PR_ATTACH_LONG_FILENAME_W PT_UNICODE: \"a.txt\"\n"));
+
+    r = run("rtf " + msg);
+    EXPECT_EQ(r.out, "{\\rtf1\\ansi\\ansicpg1252\\pard hello world}\r\n");
+
+    // A compound file that is no message at all.
+    std::string broken = f.write();
+    broken.resize(600);
+    const std::string bad = write("broken.msg", broken);
+    r = run("info --json " + bad);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_THAT(r.out, HasSubstr("\"domain\":\"OXMessageErrorDomain\""));
 }
 
 TEST_F(Quillbox, UsageErrorsExitWithTwo) {

@@ -72,6 +72,11 @@ TEST(MKEmailAddress, Representations) {
     EXPECT_EQ(MKEmailAddress("=?utf-8?Q?J=C3=B6rg?=", "j", "d").displayName(), "Jörg");
     EXPECT_EQ(MKEmailAddress(std::nullopt, "u", "d").displayName(), "u@d");
     EXPECT_FALSE(MKEmailAddress(std::nullopt, "u", std::nullopt).isValid());
+    EXPECT_EQ(MKEmailAddress(std::nullopt, "alec milton", std::nullopt).addrSpec(),
+              "\"alec milton\"");
+    EXPECT_EQ(MKEmailAddress(std::nullopt, "a\"b", "x.org").addrSpec(), "\"a\\\"b\"@x.org");
+    EXPECT_EQ(MKEmailAddress(std::nullopt, "first.last+tag", "x.org").addrSpec(),
+              "first.last+tag@x.org");
     EXPECT_EQ(MKEmailAddress::rfc2822RepresentationForAddresses(
                   {MKEmailAddress(std::nullopt, "a", "x"), MKEmailAddress(),
                    MKEmailAddress("B", "b", "y")}),

@@ -11,7 +11,8 @@ std::shared_ptr<CFBEntry> CFBEntry::create(Bytes data) {
     storage->open(false, false);
     if (storage->result() != POLE::Ok) return nullptr;
     const POLE::DirEntry* root = storage->dirTree()->entry("/");
-    if (!root) return nullptr;
+    // A root that is no valid entry (a directory cut off or zeroed) holds nothing to read.
+    if (!root || !root->valid) return nullptr;
     return std::make_shared<CFBEntry>(std::move(storage), root, "/");
 }
 
@@ -31,7 +32,8 @@ const std::vector<std::shared_ptr<CFBEntry>>& CFBEntry::entries() const {
         entries_.emplace();
         if (isDirectoryEntry()) {
             for (const POLE::DirEntry* child : storage_->dirEntries(path_))
-                entries_->push_back(std::make_shared<CFBEntry>(storage_, child, childPath(child->name)));
+                entries_->push_back(
+                    std::make_shared<CFBEntry>(storage_, child, childPath(child->name)));
         }
     }
     return *entries_;
