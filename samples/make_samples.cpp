@@ -1,5 +1,6 @@
 // Writes the bundled sample message into the folder given on the command line; with
-// "--large N", also a winmail of N attachments of 50 000 bytes (for measurements).
+// "--large N", also a winmail.dat of N attachments of 50 000 bytes and a .msg of N
+// attachments of 100 000 bytes (for measurements).
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -32,6 +33,7 @@ int main(int argc, char** argv) {
     if (argc > 3 && std::strcmp(argv[2], "--large") == 0) {
         const size_t count = std::strtoul(argv[3], nullptr, 10);
         if (!writeFile(dir + "/large-winmail.dat", qb::test::largeWinmail(count, 50000))) return 1;
+        if (!writeFile(dir + "/large.msg", qb::test::largeMsg(count, 100000))) return 1;
     }
     return 0;
 }

@@ -40,7 +40,10 @@ MsgFile sampleMsg() {
                     recipient("Di", "di@example.org", 3), recipient("Ed", "ed@example.org", 0),
                     recipient("Fay", "fay@example.org", 0x10)};
     MsgProps file;
-    file.unicode(0x3707, "report.pdf").string8(0x370E, "application/pdf").binary(0x3701, "%PDF-1.4 ...").u32(0x3705, 1);
+    file.unicode(0x3707, "report.pdf")
+        .string8(0x370E, "application/pdf")
+        .binary(0x3701, "%PDF-1.4 ...")
+        .u32(0x3705, 1);
     MsgFile inner;
     inner.root.unicode(0x0037, "Inner message").u32(0x8001, 7);
     MsgProps innerAttachment;
@@ -67,7 +70,8 @@ TEST(OXMessage, ReadsFieldsRecipientsAttachmentsAndNames) {
         EXPECT_TRUE(m->attributes().empty());
         EXPECT_FALSE(m->tnefCorrelator());
         const MAPIPropList* props = m->mapiprops();
-        EXPECT_EQ(formatRFC3339(*dateForProperty(props, PR_CLIENT_SUBMIT_TIME)), "2024-02-12T07:31:43Z");
+        EXPECT_EQ(formatRFC3339(*dateForProperty(props, PR_CLIENT_SUBMIT_TIME)),
+                  "2024-02-12T07:31:43Z");
         EXPECT_TRUE(std::get<bool>(valueForProperty(props, 0x0E1B000B)));
         EXPECT_EQ(stringForProperty(props, PR_BODY), "Body text");
 
@@ -85,8 +89,9 @@ TEST(OXMessage, ReadsFieldsRecipientsAttachmentsAndNames) {
         auto named = findPropID(*props, 0x8002, PT_UNICODE);
         ASSERT_TRUE(named && named->propName());
         EXPECT_EQ(named->propName()->name(), "Keywords");
-        EXPECT_EQ(named->propName()->GUID()->view(),
-                  std::string("\x00\x02\x03\x29\x00\x00\x00\x00\xC0\x00\x00\x00\x00\x00\x00\x46", 16));
+        EXPECT_EQ(
+            named->propName()->GUID()->view(),
+            std::string("\x00\x02\x03\x29\x00\x00\x00\x00\xC0\x00\x00\x00\x00\x00\x00\x46", 16));
 
         ASSERT_EQ(m->attachments().size(), 2u);
         const auto& pdf = *m->attachments()[0];
@@ -117,8 +122,9 @@ TEST(OXMessage, HeaderCheckOnlyWhenAsked) {
 
 TEST(OXMessage, PropertyStreamHeaderForms) {
     auto message = [](const std::string& propertiesStream) {
-        CFNode root = CFNode::dir("R", {CFNode::stream("__properties_version1.0", propertiesStream),
-                                        CFNode::stream("__substg1.0_0037001F", test::utf16le("s", false))});
+        CFNode root =
+            CFNode::dir("R", {CFNode::stream("__properties_version1.0", propertiesStream),
+                              CFNode::stream("__substg1.0_0037001F", test::utf16le("s", false))});
         return OXMessage::create(Bytes::fromString(test::CompoundFileWriter().write(root)));
     };
     const std::string entry = test::ByteWriter().u16(3).u16(0x0E08).u32(6).u64(77).str();
@@ -126,10 +132,10 @@ TEST(OXMessage, PropertyStreamHeaderForms) {
         size_t zeros;
         const char* log;
     };
-    for (const Case& c : {Case{0, nullptr}, Case{4, "Unknown header format (headerSize < 8)"},
-                          Case{8, nullptr}, Case{16, "Unknown header format (headerSize < 24)"},
-                          Case{24, nullptr}, Case{28, "Unknown header format (headerSize < 32)"},
-                          Case{32, nullptr}}) {
+    for (const Case& c :
+         {Case{0, nullptr}, Case{4, "Unknown header format (headerSize < 8)"}, Case{8, nullptr},
+          Case{16, "Unknown header format (headerSize < 24)"}, Case{24, nullptr},
+          Case{28, "Unknown header format (headerSize < 32)"}, Case{32, nullptr}}) {
         test::LogCapture log;
         auto m = message(std::string(c.zeros, '\0') + entry);
         if (c.log) {
@@ -142,10 +148,12 @@ TEST(OXMessage, PropertyStreamHeaderForms) {
         }
     }
     test::LogCapture log;
-    EXPECT_FALSE(message(std::string(8, '\0').replace(0, 1, "\x01") + std::string(8, '\0') + entry));
+    EXPECT_FALSE(
+        message(std::string(8, '\0').replace(0, 1, "\x01") + std::string(8, '\0') + entry));
     EXPECT_THAT(log.lines, testing::ElementsAre("Unknown header format "));
     // A null entry takes 8 bytes, not 16: the next entry starts where its value would be.
-    auto withNull = message(std::string(32, '\0') + test::ByteWriter().u16(1).u16(0x0E1C).u32(6).str() + entry);
+    auto withNull =
+        message(std::string(32, '\0') + test::ByteWriter().u16(1).u16(0x0E1C).u32(6).str() + entry);
     ASSERT_TRUE(withNull);
     EXPECT_EQ(uint32ForProperty(withNull->mapiprops(), 0x0E080003), 77u);
 }
@@ -197,14 +205,16 @@ TEST(OXMessage, TransportHeadersReplaceSenderAndRecipients) {
     // A From line without an address leaves the sender from the properties.
     MsgFile nameOnly = sampleMsg();
     nameOnly.root.string8(0x007D, "From: \"alec milton\"\r\n\r\n");
-    EXPECT_EQ(OXMessage::create(Bytes::fromString(nameOnly.write()))->sender()->address(), "ann@example.org");
+    EXPECT_EQ(OXMessage::create(Bytes::fromString(nameOnly.write()))->sender()->address(),
+              "ann@example.org");
 }
 
 TEST(OXMessage, NotACompoundFileOrNoMessage) {
     EXPECT_FALSE(OXMessage::create(Bytes::fromString("plain text")));
     EXPECT_FALSE(OXMessage::create(Bytes()));
     // A compound file with no properties at all is an empty message.
-    auto empty = OXMessage::create(Bytes::fromString(test::CompoundFileWriter().write(CFNode::dir("R"))));
+    auto empty =
+        OXMessage::create(Bytes::fromString(test::CompoundFileWriter().write(CFNode::dir("R"))));
     ASSERT_TRUE(empty);
     EXPECT_TRUE(empty->mapiprops()->empty());
 }
@@ -231,21 +241,51 @@ TEST(OXMessage, EmbeddedMessagesNestToTheDepthLimit) {
 }
 
 TEST(OXMessage, TNEFOleObjectsTakeTheirContentsStream) {
-    const std::string storage = test::CompoundFileWriter().write(
-        CFNode::dir("R", {CFNode::stream("CONTENTS", "the embedded object's bytes"),
-                          CFNode::stream("\x01" "CompObj", "x")}));
+    const std::string storage = test::CompoundFileWriter().write(CFNode::dir(
+        "R", {CFNode::stream("CONTENTS", "the embedded object's bytes"), CFNode::stream("\x01"
+                                                                                        "CompObj",
+                                                                                        "x")}));
     const std::string iid("\x0B\x00\x00\x00\x00\x00\x00\x00\xC0\x00\x00\x00\x00\x00\x00\x46", 16);
     test::PropsWriter props;
     props.binary(0x3701, iid + storage, 0x000D);
     for (uint16_t rendering : {uint16_t(3), uint16_t(2)}) {
-        const std::string rend = test::ByteWriter().u16(rendering).u32(0).u16(0).u16(0).u32(0).str();
-        auto m = test::readTNEF(test::TNEFWriter().attr(2, 0x9002, 6, rend).attr(2, 0x9005, 6, props.str()).str());
+        const std::string rend =
+            test::ByteWriter().u16(rendering).u32(0).u16(0).u16(0).u32(0).str();
+        auto m = test::readTNEF(
+            test::TNEFWriter().attr(2, 0x9002, 6, rend).attr(2, 0x9005, 6, props.str()).str());
         auto data = m->attachments()[0]->rawData();
         if (rendering == 3) {
             ASSERT_TRUE(data);
             EXPECT_EQ(data->view(), "the embedded object's bytes");
         } else {
             EXPECT_FALSE(data);
+        }
+    }
+}
+
+TEST(OXMessage, RandomDamageNeverCrashes) {
+    test::LogCapture quiet;
+    const std::string file = sampleMsg().write();
+    uint32_t seed = 4242;
+    auto rnd = [&] { return seed = seed * 1664525 + 1013904223; };
+    for (int round = 0; round < 1500; ++round) {
+        std::string f = file;
+        for (int k = 0; k < 8; ++k)
+            f[rnd() % f.size()] = static_cast<char>(rnd() >> 24);
+        if (round % 4 == 0) f.resize(rnd() % f.size());
+        std::shared_ptr<OutlookMessage> m = OXMessage::create(Bytes::fromString(f));
+        for (int depth = 0; m && depth < 4; ++depth) {
+            (void)m->subject();
+            (void)m->sender();
+            for (const auto& p : *m->mapiprops())
+                (void)p->description();
+            std::shared_ptr<OutlookMessage> next;
+            for (const auto& a : m->attachments()) {
+                (void)a->filename();
+                (void)a->rawData();
+                if (auto n = a->nestedMessage()) next = n;
+            }
+            m = next;
         }
     }
 }

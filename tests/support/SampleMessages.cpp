@@ -125,3 +125,26 @@ std::string largeWinmail(size_t attachments, size_t attachmentSize, size_t recip
 }
 
 }  // namespace qb::test
+
+#include "support/MsgWriter.h"
+
+namespace qb::test {
+
+std::string largeMsg(size_t attachments, size_t attachmentSize) {
+    MsgFile f;
+    f.root.string8(0x001A, "IPM.Note").unicode(0x0037, "Large message");
+    std::string content(attachmentSize, '\0');
+    for (size_t i = 0; i < content.size(); ++i)
+        content[i] = static_cast<char>((i * 131) >> 3);
+    for (size_t i = 0; i < attachments; ++i) {
+        MsgProps a;
+        content[0] = static_cast<char>(i);
+        a.unicode(0x3707, "file-" + std::to_string(i) + ".bin")
+            .binary(0x3701, content)
+            .u32(0x3705, 1);
+        f.attachments.push_back({a, {}});
+    }
+    return f.write();
+}
+
+}  // namespace qb::test

@@ -22,3 +22,10 @@ namespace qb::test {
 std::string largeWinmail(size_t attachments, size_t attachmentSize, size_t recipients = 100);
 
 }  // namespace qb::test
+
+namespace qb::test {
+
+// A large .msg: `attachments` attachments of `attachmentSize` bytes each.
+std::string largeMsg(size_t attachments, size_t attachmentSize);
+
+}  // namespace qb::test

@@ -13,7 +13,9 @@ constexpr uint8_t kSignature[8] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE
 constexpr size_t kHeaderSize = 512;
 constexpr size_t kDirEntrySize = 128;
 
-uint64_t u16At(const uint8_t* p) { return uint64_t(p[0]) | uint64_t(p[1]) << 8; }
+uint64_t u16At(const uint8_t* p) {
+    return uint64_t(p[0]) | uint64_t(p[1]) << 8;
+}
 uint64_t u32At(const uint8_t* p) {
     return uint64_t(p[0]) | uint64_t(p[1]) << 8 | uint64_t(p[2]) << 16 | uint64_t(p[3]) << 24;
 }
@@ -31,11 +33,14 @@ void Header::load(const uint8_t* b) {
     num_sbat = u32At(b + 0x40);
     mbat_start = u32At(b + 0x44);
     num_mbat = u32At(b + 0x48);
-    for (size_t i = 0; i < bb_blocks.size(); ++i) bb_blocks[i] = u32At(b + 0x4C + 4 * i);
+    for (size_t i = 0; i < bb_blocks.size(); ++i)
+        bb_blocks[i] = u32At(b + 0x4C + 4 * i);
     dirty = false;
 }
 
-bool Header::hasSignature() const { return std::memcmp(id.data(), kSignature, 8) == 0; }
+bool Header::hasSignature() const {
+    return std::memcmp(id.data(), kSignature, 8) == 0;
+}
 
 bool Header::valid() const {
     if (threshold != 4096) return false;
@@ -52,8 +57,8 @@ void AllocTable::load(const uint8_t* buffer, size_t length) {
 }
 
 void AllocTable::append(const uint8_t* buffer, size_t length) {
-    data.reserve(data.size() + length / 4);
-    for (size_t i = 0; i + 4 <= length; i += 4) data.push_back(u32At(buffer + i));
+    for (size_t i = 0; i + 4 <= length; i += 4)
+        data.push_back(u32At(buffer + i));
 }
 
 std::vector<uint64_t> AllocTable::follow(uint64_t start) const {
@@ -81,7 +86,8 @@ std::vector<uint64_t> AllocTable::follow(uint64_t start) const {
 int DirEntry::compare(std::string_view other) const {
     if (name.size() != other.size()) return name.size() < other.size() ? -1 : 1;
     for (size_t i = 0; i < name.size(); ++i) {
-        const auto a = static_cast<unsigned char>(name[i]), b = static_cast<unsigned char>(other[i]);
+        const auto a = static_cast<unsigned char>(name[i]),
+                   b = static_cast<unsigned char>(other[i]);
         if (a != b) return a < b ? -1 : 1;
     }
     return 0;
@@ -96,7 +102,8 @@ void DirTree::load(const uint8_t* buffer, size_t length) {
         DirEntry e;
         const size_t nameLength = std::min<uint64_t>(u16At(p + 0x40), 64);
         // The low byte of each UTF-16 unit, up to the first zero.
-        for (size_t j = 0; j < nameLength && p[j] != 0; j += 2) e.name += static_cast<char>(p[j]);
+        for (size_t j = 0; j < nameLength && p[j] != 0; j += 2)
+            e.name += static_cast<char>(p[j]);
         // Names led by a control character (property-set streams) lose it.
         if (p[0] < 32 && !e.name.empty()) e.name.erase(0, 1);
         const uint8_t type = p[0x42];
@@ -220,7 +227,8 @@ bool StorageIO::load() {
     const uint64_t fileBlocks = data_.size() / bigSize + 1;
     const size_t numBat = size_t(std::min(header.num_bat, fileBlocks));
     std::vector<uint64_t> blocks(numBat, 0);
-    for (size_t i = 0; i < std::min<size_t>(109, numBat); ++i) blocks[i] = header.bb_blocks[i];
+    for (size_t i = 0; i < std::min<size_t>(109, numBat); ++i)
+        blocks[i] = header.bb_blocks[i];
     if (header.num_bat >= 110 && header.num_mbat != 0) {
         size_t k = 109;
         uint64_t sector = header.mbat_start;
@@ -237,6 +245,7 @@ bool StorageIO::load() {
 
     auto readChain = [&](const std::vector<uint64_t>& chain, AllocTable* table,
                          std::vector<uint8_t>* raw) {
+        if (table) table->data.reserve(chain.size() * size_t(bigSize / 4));
         for (uint64_t b : chain) {
             qb::Bytes block = bigBlock(b);
             std::vector<uint8_t> full(size_t(bigSize), 0);  // a sector cut short reads as zeros
@@ -264,8 +273,8 @@ std::vector<uint64_t> StorageIO::streamChain(const DirEntry& e) const {
     return usesBigBlocks(e) ? bbat.follow(e.start) : sbat.follow(e.start);
 }
 
-uint64_t StorageIO::readStream(const DirEntry& e, const std::vector<uint64_t>& chain,
-                               uint64_t pos, uint8_t* buffer, uint64_t maxlen) const {
+uint64_t StorageIO::readStream(const DirEntry& e, const std::vector<uint64_t>& chain, uint64_t pos,
+                               uint8_t* buffer, uint64_t maxlen) const {
     if (!buffer || maxlen == 0 || pos >= e.size) return 0;
     const uint64_t total = std::min(maxlen, e.size - pos);
     const bool big = usesBigBlocks(e);
@@ -274,10 +283,12 @@ uint64_t StorageIO::readStream(const DirEntry& e, const std::vector<uint64_t>& c
     uint64_t offset = pos % blockSize;
     uint64_t delivered = 0;
     while (delivered < total && index < chain.size()) {
-        const qb::Bytes block = big ? bigBlock(chain[size_t(index)]) : smallBlock(chain[size_t(index)]);
+        const qb::Bytes block =
+            big ? bigBlock(chain[size_t(index)]) : smallBlock(chain[size_t(index)]);
         const uint64_t n = std::min(blockSize - offset, total - delivered);
         // Bytes past the end of the input are not there to copy: they read as zeros.
-        const uint64_t available = block.size() > offset ? std::min<uint64_t>(n, block.size() - offset) : 0;
+        const uint64_t available =
+            block.size() > offset ? std::min<uint64_t>(n, block.size() - offset) : 0;
         if (available) std::memcpy(buffer + delivered, block.data() + offset, size_t(available));
         if (available < n) std::memset(buffer + delivered + available, 0, size_t(n - available));
         delivered += n;
@@ -308,7 +319,9 @@ qb::Bytes StorageIO::streamData(const DirEntry& e) const {
     return qb::Bytes::adopt(std::move(out));
 }
 
-bool Storage::open(bool, bool) { return io_->load(); }
+bool Storage::open(bool, bool) {
+    return io_->load();
+}
 
 std::vector<const DirEntry*> Storage::dirEntries(std::string_view path) const {
     std::vector<const DirEntry*> out;
@@ -316,7 +329,8 @@ std::vector<const DirEntry*> Storage::dirEntries(std::string_view path) const {
     if (!tree) return out;
     auto index = tree->indexOf(path);
     if (!index || !tree->entry(*index)->dir) return out;
-    for (size_t child : tree->children(*index)) out.push_back(tree->entry(child));
+    for (size_t child : tree->children(*index))
+        out.push_back(tree->entry(child));
     return out;
 }
 
@@ -342,7 +356,8 @@ int Stream::getch() {
     if (cache_.empty() || pos_ < cacheStart_ || pos_ >= cacheStart_ + cache_.size()) {
         cacheStart_ = pos_ - pos_ % 4096;
         cache_.resize(size_t(std::min<uint64_t>(4096, size() - cacheStart_)));
-        cache_.resize(size_t(io_->readStream(*entry_, chain_, cacheStart_, cache_.data(), cache_.size())));
+        cache_.resize(
+            size_t(io_->readStream(*entry_, chain_, cacheStart_, cache_.data(), cache_.size())));
         if (cache_.empty()) return -1;
         if (pos_ >= cacheStart_ + cache_.size()) return -1;
     }
