@@ -58,22 +58,94 @@ std::optional<std::string> emailFullNameOrAddress(std::string_view text) {
 
 }  // namespace qb
 
-#include <regex>
+#include <cctype>
 
 #include "mailkit/Base64.h"
 
 namespace qb {
 
+namespace {
+
+bool isAtomChar(unsigned char c) {
+    return std::isalnum(c) || std::string_view("!#$%&'*+/=?^_`{|}~-").find(static_cast<char>(c)) !=
+                                  std::string_view::npos;
+}
+
+bool isDotAtomText(std::string_view s) {
+    if (s.empty() || s.front() == '.' || s.back() == '.') return false;
+    for (size_t i = 0; i < s.size(); ++i) {
+        if (s[i] == '.') {
+            if (s[i + 1] == '.') return false;
+        } else if (!isAtomChar(static_cast<unsigned char>(s[i]))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool isQuotedLocalPart(std::string_view s) {
+    if (s.size() < 2 || s.front() != '"' || s.back() != '"') return false;
+    for (size_t i = 1; i + 1 < s.size(); ++i) {
+        const unsigned char c = static_cast<unsigned char>(s[i]);
+        if (c == '\\') {
+            if (++i + 1 >= s.size()) return false;
+            const unsigned char e = static_cast<unsigned char>(s[i]);
+            if (e == 0 || e == '\n' || e == '\r' || e > 0x7F) return false;
+        } else if (c == 0 || c == '\t' || c == '\n' || c == '\r' || c == ' ' || c == '"' || c > 0x7F) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool isHostname(std::string_view s) {
+    size_t labels = 0;
+    size_t start = 0;
+    for (;;) {
+        const size_t dot = s.find('.', start);
+        const std::string_view label = s.substr(start, dot - start);
+        if (label.empty() || label.front() == '-' || label.back() == '-') return false;
+        for (unsigned char c : label)
+            if (!std::isalnum(c) && c != '-') return false;
+        ++labels;
+        if (dot == std::string_view::npos) break;
+        start = dot + 1;
+    }
+    return labels >= 2;
+}
+
+bool isIPv4Literal(std::string_view s) {
+    if (s.size() < 2 || s.front() != '[' || s.back() != ']') return false;
+    s = s.substr(1, s.size() - 2);
+    int parts = 0;
+    size_t start = 0;
+    for (;;) {
+        const size_t dot = s.find('.', start);
+        const std::string_view part = s.substr(start, dot - start);
+        if (part.empty() || part.size() > 3) return false;
+        int value = 0;
+        for (char c : part) {
+            if (c < '0' || c > '9') return false;
+            value = value * 10 + (c - '0');
+        }
+        if (value > 255) return false;
+        ++parts;
+        if (dot == std::string_view::npos) break;
+        start = dot + 1;
+    }
+    return parts == 4;
+}
+
+}  // namespace
+
 bool emailAddressValidate(std::string_view text) {
-    static const std::regex pattern(
-        R"((?:[a-z0-9!#$%&'*+/=?^_`{|}~-]+(?:\.[a-z0-9!#$%&'*+/=?^_`{|}~-]+)*)"
-        R"(|"(?:[\x01-\x08\x0b\x0c\x0e-\x1f\x21\x23-\x5b\x5d-\x7f]|\\[\x01-\x09\x0b\x0c\x0e-\x7f])*"))"
-        R"(@(?:(?:[a-z0-9](?:[a-z0-9-]*[a-z0-9])?\.)+[a-z0-9](?:[a-z0-9-]*[a-z0-9])?)"
-        R"(|\[(?:(?:25[0-5]|2[0-4][0-9]|[01]?[0-9][0-9]?)\.){3}(?:25[0-5]|2[0-4][0-9]|[01]?[0-9][0-9]?)\]))",
-        std::regex::icase | std::regex::optimize);
-    // The pattern is linear in practice, but keep hostile input short.
-    if (text.size() > 320) return false;
-    return std::regex_match(text.begin(), text.end(), pattern);
+    // RFC 5322 addr-spec as mail clients check it: dot-atom or quoted local part, "@", a
+    // dotted host name or a bracketed IPv4 literal. Letters in any case.
+    const size_t at = text.rfind('@');
+    if (at == std::string_view::npos) return false;
+    const std::string_view local = text.substr(0, at), domain = text.substr(at + 1);
+    if (!isDotAtomText(local) && !isQuotedLocalPart(local)) return false;
+    return isHostname(domain) || isIPv4Literal(domain);
 }
 
 std::string emailSubjectReply(std::string_view subject) {
