@@ -25,9 +25,12 @@ int64_t floorDiv(int64_t a, int64_t b) {
 }  // namespace
 
 Date dateFromFileTime(uint64_t ticks) {
-    // The count is taken as signed, the way the stored 64-bit number is meant.
-    const int64_t relative = static_cast<int64_t>(ticks) - kFileTimeUnixEpoch;
-    return Date(std::chrono::seconds(relative / 10'000'000));
+    // (ticks - epoch) / 10^7, truncated toward zero, without forming the difference (which
+    // overflows for counts near the ends of the range). The epoch is whole seconds.
+    const int64_t t = static_cast<int64_t>(ticks);
+    int64_t seconds = t / 10'000'000 - kFileTimeUnixEpoch / 10'000'000;
+    if (seconds < 0 && t % 10'000'000 > 0) ++seconds;
+    return Date(std::chrono::seconds(seconds));
 }
 
 Date dateFromComponents(int64_t year, int64_t month, int64_t day, int64_t hour, int64_t minute,

@@ -11,6 +11,12 @@ TEST(Date, FileTimeIsTruncatedToWholeSeconds) {
               "1970-01-01T00:00:00Z");
     EXPECT_EQ(formatRFC3339(dateFromFileTime(0x01DA5D858688D980ULL)), "2024-02-12T07:31:43Z");
     EXPECT_EQ(formatRFC3339(dateFromFileTime(0)), "1601-01-01T00:00:00Z");
+    // Before 1970 the division still truncates toward zero.
+    EXPECT_EQ(formatRFC3339(dateFromFileTime(0x019DB1DED53E8000ULL - 1)), "1970-01-01T00:00:00Z");
+    EXPECT_EQ(formatRFC3339(dateFromFileTime(0x019DB1DED53E8000ULL - 10'000'001)), "1969-12-31T23:59:59Z");
+    // Counts far outside any calendar still give a date, not an overflow.
+    (void)dateFromFileTime(0x8000000000000001ULL);
+    (void)dateFromFileTime(0xFFFFFFFFFFFFFFFFULL);
 }
 
 TEST(Date, ComponentsCarryOverLikeALenientCalendar) {

@@ -211,7 +211,7 @@ qb::Bytes StorageIO::smallBlock(uint64_t s) const {
 bool StorageIO::load() {
     result = OpenFailed;
     uint8_t buffer[kHeaderSize] = {};
-    std::memcpy(buffer, data_.data(), std::min(data_.size(), kHeaderSize));
+    if (!data_.empty()) std::memcpy(buffer, data_.data(), std::min(data_.size(), kHeaderSize));
     header.load(buffer);
     result = NotOLE;
     if (!header.hasSignature()) return false;
