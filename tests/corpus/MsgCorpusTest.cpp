@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <map>
 
 #include "OXMSG/OXMessage.h"
 #include "model/MAPIArray.h"
@@ -108,6 +109,56 @@ TEST(MsgCorpus, ClassRTFAndAttachmentsMatchThePeer) {
             ASSERT_TRUE(data) << i;
             EXPECT_EQ(sha256Hex(*data), t["sha256"].get<std::string>()) << i;
         }
+    }
+}
+
+TEST(MsgCorpus, SenderAndRecipientNamesMatchThePeer) {
+    REQUIRE_MSG_CORPUS();
+    // Where the transport headers name a recipient differently, they win over the recipient
+    // table (and an address without a name is named by its address).
+    const std::map<std::string, std::string> kHeadersWin = {
+        {"bug66335.msg", "to: swagner@faw.at"},
+        {"cyrillic_message.msg", "to: sviridov@niips.ru; cc: sviridov@niips.ru"},
+        {"msgconvert-charset.msg", "to: Joseph Q Bloggs"},
+        // Damaged on purpose: its recipient storage has no name the peer could read.
+        {"clusterfuzz-testcase-minimized-POIHSMFFuzzer-4735011465854976.msg", "to: "},
+    };
+    auto render = [](const std::map<std::string, std::vector<std::string>>& byType) {
+        std::string out;
+        for (const char* type : {"to", "cc", "bcc"}) {
+            auto it = byType.find(type);
+            if (it == byType.end() || it->second.empty()) continue;
+            std::vector<std::string> names = it->second;
+            std::sort(names.begin(), names.end());
+            if (!out.empty()) out += "; ";
+            out += std::string(type) + ": ";
+            for (size_t i = 0; i < names.size(); ++i)
+                out += (i ? ", " : "") + names[i];
+        }
+        return out;
+    };
+    for (const auto& file : msgFiles()) {
+        const Dictionary g = golden(file);
+        const Dictionary& mr = g["msgreader"];
+        if (!mr.value("ok", false)) continue;
+        auto m = open(file);
+        SCOPED_TRACE(file);
+        std::map<std::string, std::vector<std::string>> ours, theirs;
+        for (auto [type, list] :
+             {std::pair{"to", &m->toRecipients()}, std::pair{"cc", &m->ccRecipients()},
+              std::pair{"bcc", &m->bccRecipients()}})
+            for (const auto& a : *list)
+                ours[type].push_back(a->displayName().value_or(""));
+        for (const auto& r : mr["recipients"])
+            theirs[r["recipType"].is_string() ? r["recipType"].get<std::string>() : "none"]
+                .push_back(r["name"].is_string() ? r["name"].get<std::string>() : "");
+        if (auto it = kHeadersWin.find(file); it != kHeadersWin.end())
+            EXPECT_EQ(render(ours), it->second);
+        else
+            EXPECT_EQ(render(ours), render(theirs));
+        const std::string senderName = m->sender() ? m->sender()->displayName().value_or("") : "";
+        EXPECT_EQ(senderName,
+                  mr["senderName"].is_string() ? mr["senderName"].get<std::string>() : "");
     }
 }
 
