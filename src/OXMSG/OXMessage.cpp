@@ -5,6 +5,7 @@
 #include "mailkit/MKMimeHeadersParser.h"
 #include "model/MAPIArray.h"
 #include "model/PropertyTags.h"
+#include "model/Recipients.h"
 #include "platform/ByteReader.h"
 #include "platform/Log.h"
 
@@ -19,14 +20,6 @@ constexpr std::string_view kAttachPrefix = "__attach_version1.0_";
 constexpr const char* kEmbeddedMessage = "__substg1.0_3701000D";
 constexpr const char* kNameIdStorage = "__nameid_version1.0";
 
-constexpr uint32_t PR_SENDER_NAME = 0x0C1A001E;
-constexpr uint32_t PR_SENDER_ADDRTYPE = 0x0C1E001E;
-constexpr uint32_t PR_SENDER_EMAIL_ADDRESS = 0x0C1F001E;
-constexpr uint32_t PR_ADDRTYPE = 0x3002001E;
-constexpr uint32_t PR_EMAIL_ADDRESS = 0x3003001E;
-constexpr uint32_t PR_RECIPIENT_TYPE = 0x0C150003;
-constexpr uint32_t PR_TRANSPORT_MESSAGE_HEADERS = 0x007D001E;
-
 // The fixed GUID of named-property indices 0 to 2, as the bytes are written.
 constexpr uint8_t kFixedGUID[16] = {0x00, 0x02, 0x03, 0x29, 0x00, 0x00, 0x00, 0x00,
                                     0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46};
@@ -35,8 +28,10 @@ std::optional<uint32_t> hex4(std::string_view s) {
     if (s.size() != 4) return std::nullopt;
     uint32_t v = 0;
     for (char c : s) {
-        int d = c >= '0' && c <= '9' ? c - '0' : c >= 'A' && c <= 'F' ? c - 'A' + 10
-                : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+        int d = c >= '0' && c <= '9'   ? c - '0'
+                : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                                       : -1;
         if (d < 0) return std::nullopt;
         v = v << 4 | uint32_t(d);
     }
@@ -105,7 +100,8 @@ std::optional<OXMessage::QBProperties> OXMessage::processProperties(const CFBEnt
     } else {
         result.recipientCount = word(8);
         result.attachmentCount = word(12);
-        if (!ignoreChecksum_ && (word(16) != result.recipientCount || word(20) != result.attachmentCount)) {
+        if (!ignoreChecksum_ &&
+            (word(16) != result.recipientCount || word(20) != result.attachmentCount)) {
             log("header check failed");
             return std::nullopt;
         }
@@ -216,7 +212,8 @@ OXMessage::NameMap OXMessage::processNameIDs(const CFBEntry& root) const {
 
     const Bytes fixed = Bytes::copy(kFixedGUID, sizeof kFixedGUID);
     std::vector<Bytes> guids(3, fixed);  // indices 0 to 2 all name the same set
-    for (size_t off = 0; off + 16 <= guidStream.size(); off += 16) guids.push_back(*guidStream.sub(off, 16));
+    for (size_t off = 0; off + 16 <= guidStream.size(); off += 16)
+        guids.push_back(*guidStream.sub(off, 16));
 
     for (size_t off = 0; off + 8 <= entryStream.size(); off += 8) {
         const uint32_t nameOrOffset = *ByteReader::u32le(entryStream, off);
@@ -232,12 +229,14 @@ OXMessage::NameMap OXMessage::processNameIDs(const CFBEntry& root) const {
         }
         std::optional<std::string> name;
         const uint64_t offset = nameOrOffset;
-        if (auto length = ByteReader::u32le(stringStream, size_t(std::min<uint64_t>(offset, SIZE_MAX)));
+        if (auto length =
+                ByteReader::u32le(stringStream, size_t(std::min<uint64_t>(offset, SIZE_MAX)));
             length && offset + 4 <= stringStream.size() && *length <= stringStream.size() &&
             offset + 4 + *length <= stringStream.size()) {
             Bytes raw = *stringStream.sub(size_t(offset + 4), *length);
             size_t n = raw.size();
-            while (n >= 2 && raw[n - 1] == 0 && raw[n - 2] == 0) n -= 2;
+            while (n >= 2 && raw[n - 1] == 0 && raw[n - 2] == 0)
+                n -= 2;
             name = utf16leToUTF8(raw.slice(0, n).span());
         }
         names[propID] = std::make_shared<MAPIPropName>(guid, propID, name);
@@ -293,18 +292,8 @@ void OXMessage::parseMessageHeaders() {
     if (auto address = stringForProperty(props, PR_SENDER_EMAIL_ADDRESS))
         sender_ = std::make_shared<Address>(stringForProperty(props, PR_SENDER_NAME), address,
                                             stringForProperty(props, PR_SENDER_ADDRTYPE));
-    for (const auto& row : processRecipients(*root_)) {
-        auto address = std::make_shared<Address>(stringForProperty(&row, PR_DISPLAY_NAME),
-                                                 stringForProperty(&row, PR_EMAIL_ADDRESS),
-                                                 stringForProperty(&row, PR_ADDRTYPE));
-        switch (uint32ForProperty(&row, PR_RECIPIENT_TYPE).value_or(0)) {
-            case 0:
-            case 1: to_.push_back(std::move(address)); break;
-            case 2: cc_.push_back(std::move(address)); break;
-            case 3: bcc_.push_back(std::move(address)); break;
-            default: break;
-        }
-    }
+    for (const auto& row : processRecipients(*root_))
+        addRecipient(row, to_, cc_, bcc_);
 }
 
 void OXMessage::mergeMimeMessageHeaders() {
@@ -324,11 +313,13 @@ void OXMessage::mergeMimeMessageHeaders() {
         return valid;
     };
     if (auto from = mailboxes("From"); !from.empty()) sender_ = toAddress(from.front());
-    for (auto [key, list] : {std::pair{"To", &to_}, std::pair{"Cc", &cc_}, std::pair{"Bcc", &bcc_}}) {
+    for (auto [key, list] :
+         {std::pair{"To", &to_}, std::pair{"Cc", &cc_}, std::pair{"Bcc", &bcc_}}) {
         auto found = mailboxes(key);
         if (found.empty()) continue;
         list->clear();
-        for (const auto& m : found) list->push_back(toAddress(m));
+        for (const auto& m : found)
+            list->push_back(toAddress(m));
     }
 }
 

@@ -54,6 +54,13 @@ inline constexpr uint32_t PR_ATTACH_LONG_FILENAME = 0x3707001E;
 inline constexpr uint32_t PR_ATTACH_MIME_TAG = 0x370E001E;
 inline constexpr uint32_t PR_DISPLAY_NAME = 0x3001001E;
 inline constexpr uint32_t PR_MESSAGE_CODEPAGE = 0x3FFD0003;
+inline constexpr uint32_t PR_SENDER_NAME = 0x0C1A001E;
+inline constexpr uint32_t PR_SENDER_ADDRTYPE = 0x0C1E001E;
+inline constexpr uint32_t PR_SENDER_EMAIL_ADDRESS = 0x0C1F001E;
+inline constexpr uint32_t PR_RECIPIENT_TYPE = 0x0C150003;
+inline constexpr uint32_t PR_ADDRTYPE = 0x3002001E;
+inline constexpr uint32_t PR_EMAIL_ADDRESS = 0x3003001E;
+inline constexpr uint32_t PR_TRANSPORT_MESSAGE_HEADERS = 0x007D001E;
 inline constexpr uint32_t PR_INTERNET_CPID = 0x3FDE0003;
 
 inline constexpr uint32_t kRTFCompressedId = 0x1009;

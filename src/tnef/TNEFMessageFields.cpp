@@ -2,6 +2,7 @@
 // correlator, and their replacement by the enclosing MIME message's headers.
 #include "model/MAPIArray.h"
 #include "model/PropertyTags.h"
+#include "model/Recipients.h"
 #include "tnef/TNEFArray.h"
 #include "tnef/TNEFMessage.h"
 
@@ -9,14 +10,8 @@ namespace qb {
 
 namespace {
 
-constexpr uint32_t PR_SENDER_NAME = 0x0C1A001E;
 constexpr uint32_t PR_SENT_REPRESENTING_SIMPLE_DISPLAY_NAME = 0x4031001E;
-constexpr uint32_t PR_SENDER_ADDRTYPE = 0x0C1E001E;
-constexpr uint32_t PR_SENDER_EMAIL_ADDRESS = 0x0C1F001E;
 constexpr uint32_t PR_PRIMARY_SEND_ACCOUNT = 0x0E28001E;
-constexpr uint32_t PR_ADDRTYPE = 0x3002001E;
-constexpr uint32_t PR_EMAIL_ADDRESS = 0x3003001E;
-constexpr uint32_t PR_RECIPIENT_TYPE = 0x0C150003;
 constexpr uint32_t kAttendeesString = 0x8238001E;
 
 bool nonEmpty(const std::optional<std::string>& s) {
@@ -83,25 +78,8 @@ void TNEFMessage::parseRecipients() {
     if (std::holds_alternative<std::monostate>(table))
         table = valueForTNEFName(attributes_, 0x0006, atpTriples);
     if (auto rows = std::get_if<RecipientRows>(&table)) {
-        for (const auto& row : *rows) {
-            auto address = std::make_shared<Address>(stringForProperty(&row, PR_DISPLAY_NAME),
-                                                     stringForProperty(&row, PR_EMAIL_ADDRESS),
-                                                     stringForProperty(&row, PR_ADDRTYPE));
-            switch (uint32ForProperty(&row, PR_RECIPIENT_TYPE).value_or(0)) {
-                case 0:
-                case 1:
-                    to_.push_back(std::move(address));
-                    break;
-                case 2:
-                    cc_.push_back(std::move(address));
-                    break;
-                case 3:
-                    bcc_.push_back(std::move(address));
-                    break;
-                default:
-                    break;
-            }
-        }
+        for (const auto& row : *rows)
+            addRecipient(row, to_, cc_, bcc_);
     }
     if (to_.empty() && cc_.empty() && bcc_.empty()) {
         if (auto attendees = stringForProperty(mapiprops(), kAttendeesString))
