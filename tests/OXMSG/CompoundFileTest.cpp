@@ -18,20 +18,20 @@ using test::CompoundFileWriter;
 
 std::string pattern(size_t n, int seed) {
     std::string s(n, '\0');
-    for (size_t i = 0; i < n; ++i) s[i] = static_cast<char>((i * 7 + size_t(seed)) % 251);
+    for (size_t i = 0; i < n; ++i)
+        s[i] = static_cast<char>((i * 7 + size_t(seed)) % 251);
     return s;
 }
 
 CFNode sampleTree() {
-    return CFNode::dir("Root Entry",
-                       {CFNode::stream("small", pattern(100, 1)),
-                        CFNode::stream("just-under", pattern(4095, 2)),
-                        CFNode::stream("exactly", pattern(4096, 3)),
-                        CFNode::stream("big", pattern(70000, 4)),
-                        CFNode::stream("empty", ""),
-                        CFNode::dir("storage", {CFNode::stream("inner", pattern(33, 5)),
-                                                CFNode::dir("deeper", {CFNode::stream("leaf", "leaf!")})}),
-                        CFNode::stream("\x05SummaryInformation", pattern(20, 6))});
+    return CFNode::dir(
+        "Root Entry",
+        {CFNode::stream("small", pattern(100, 1)), CFNode::stream("just-under", pattern(4095, 2)),
+         CFNode::stream("exactly", pattern(4096, 3)), CFNode::stream("big", pattern(70000, 4)),
+         CFNode::stream("empty", ""),
+         CFNode::dir("storage", {CFNode::stream("inner", pattern(33, 5)),
+                                 CFNode::dir("deeper", {CFNode::stream("leaf", "leaf!")})}),
+         CFNode::stream("\x05SummaryInformation", pattern(20, 6))});
 }
 
 void expectSample(const std::shared_ptr<CFBEntry>& root) {
@@ -39,10 +39,11 @@ void expectSample(const std::shared_ptr<CFBEntry>& root) {
     EXPECT_EQ(root->name(), "/");
     EXPECT_EQ(root->path(), "/");
     std::vector<std::string> names;
-    for (const auto& e : root->entries()) names.push_back(e->name());
+    for (const auto& e : root->entries())
+        names.push_back(e->name());
     // Tree order: shorter names first, then bytewise.
-    EXPECT_THAT(names, testing::ElementsAre("big", "empty", "small", "exactly", "storage", "just-under",
-                                            "SummaryInformation"));
+    EXPECT_THAT(names, testing::ElementsAre("big", "empty", "small", "exactly", "storage",
+                                            "just-under", "SummaryInformation"));
     EXPECT_EQ(root->entry("small")->data()->view(), pattern(100, 1));
     EXPECT_EQ(root->entry("just-under")->data()->view(), pattern(4095, 2));
     EXPECT_EQ(root->entry("exactly")->data()->view(), pattern(4096, 3));
@@ -73,7 +74,8 @@ TEST(CompoundFile, ReadsStoragesAndStreamsWithEitherSectorSize) {
         auto big = CFBEntry::create(input)->entry("big")->data();
         EXPECT_TRUE(big->sharesBufferWith(input));
     }
-    expectSample(CFBEntry::create(Bytes::fromString(CompoundFileWriter().trimLastSector().write(sampleTree()))));
+    expectSample(CFBEntry::create(
+        Bytes::fromString(CompoundFileWriter().trimLastSector().write(sampleTree()))));
 }
 
 TEST(CompoundFile, ReadsFATSectorsListedInDIFATSectors) {
@@ -90,6 +92,25 @@ TEST(CompoundFile, ReadsFATSectorsListedInDIFATSectors) {
     CompoundFileWriter large;
     large.minimumFATSectors(400);  // three DIFAT sectors
     expectSample(CFBEntry::create(Bytes::fromString(large.write(sampleTree()))));
+}
+
+TEST(CompoundFile, LargeMiniStreams) {
+    // 300 streams just under the cutoff: a mini stream of about 1.2 MB over thousands of
+    // sectors, and a mini FAT of many sectors.
+    std::vector<CFNode> streams;
+    for (int i = 0; i < 300; ++i)
+        streams.push_back(
+            CFNode::stream("s" + std::to_string(i), pattern(4000 + size_t(i % 7), i)));
+    for (unsigned shift : {9u, 12u}) {
+        auto root = CFBEntry::create(
+            Bytes::fromString(CompoundFileWriter(shift).write(CFNode::dir("R", streams))));
+        ASSERT_TRUE(root);
+        ASSERT_EQ(root->entries().size(), 300u);
+        for (int i = 0; i < 300; i += 37)
+            EXPECT_EQ(root->entry("s" + std::to_string(i))->data()->view(),
+                      pattern(4000 + size_t(i % 7), i))
+                << i;
+    }
 }
 
 TEST(CompoundFile, HeaderChecksGiveResultCodes) {
@@ -112,7 +133,8 @@ TEST(CompoundFile, HeaderChecksGiveResultCodes) {
     };
     auto withU32 = [&](size_t at, uint32_t v) {
         std::string f = good;
-        for (int i = 0; i < 4; ++i) f[at + size_t(i)] = char(v >> (8 * i));
+        for (int i = 0; i < 4; ++i)
+            f[at + size_t(i)] = char(v >> (8 * i));
         return f;
     };
     EXPECT_EQ(result(withU16(0x1E, 6)), POLE::BadOLE);
@@ -143,7 +165,8 @@ TEST(CompoundFile, StreamReadsAndByteReads) {
         POLE::Stream s(&storage, path);
         ASSERT_FALSE(s.fail());
         std::string viaGetch;
-        for (int c; (c = s.getch()) != -1;) viaGetch += static_cast<char>(c);
+        for (int c; (c = s.getch()) != -1;)
+            viaGetch += static_cast<char>(c);
         EXPECT_EQ(viaGetch.size(), s.size()) << path;
         s.seek(10);
         std::string piece(50, '\0');
@@ -164,7 +187,8 @@ TEST(CompoundFile, CyclesAndBadLinksEndWalks) {
     const size_t ss = 512;
     auto setFAT = [&](std::string& f, uint32_t sector, uint32_t value) {
         const size_t at = test::sectorOffset(writer.layout().firstFATSector, ss) + sector * 4;
-        for (int i = 0; i < 4; ++i) f[at + size_t(i)] = char(value >> (8 * i));
+        for (int i = 0; i < 4; ++i)
+            f[at + size_t(i)] = char(value >> (8 * i));
     };
     const auto start = std::chrono::steady_clock::now();
 
@@ -187,7 +211,8 @@ TEST(CompoundFile, CyclesAndBadLinksEndWalks) {
     for (size_t e = 1; e < 12; ++e)
         for (size_t link : {0x44, 0x48}) {
             loops[dir + e * 128 + link] = 1;
-            loops[dir + e * 128 + link + 1] = loops[dir + e * 128 + link + 2] = loops[dir + e * 128 + link + 3] = 0;
+            loops[dir + e * 128 + link + 1] = loops[dir + e * 128 + link + 2] =
+                loops[dir + e * 128 + link + 3] = 0;
         }
     auto root = CFBEntry::create(Bytes::fromString(loops));
     ASSERT_TRUE(root);
@@ -197,7 +222,8 @@ TEST(CompoundFile, CyclesAndBadLinksEndWalks) {
     // A header claiming four billion FAT sectors and DIFAT sectors.
     std::string huge = file;
     for (size_t at : {0x2C, 0x48})
-        for (int i = 0; i < 4; ++i) huge[at + size_t(i)] = char(0xFF);
+        for (int i = 0; i < 4; ++i)
+            huge[at + size_t(i)] = char(0xFF);
     (void)CFBEntry::create(Bytes::fromString(huge));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
 }
@@ -209,14 +235,16 @@ TEST(CompoundFile, RandomDamageNeverCrashes) {
     auto rnd = [&] { return seed = seed * 1664525 + 1013904223; };
     for (int round = 0; round < 1500; ++round) {
         std::string f = file;
-        for (int k = 0; k < 6; ++k) f[rnd() % f.size()] = static_cast<char>(rnd() >> 24);
+        for (int k = 0; k < 6; ++k)
+            f[rnd() % f.size()] = static_cast<char>(rnd() >> 24);
         if (round % 3 == 0) f.resize(rnd() % f.size());
         auto root = CFBEntry::create(Bytes::fromString(f));
         if (!root) continue;
         std::vector<std::shared_ptr<CFBEntry>> todo{root};
         for (size_t i = 0; i < todo.size() && i < 200; ++i) {
             (void)todo[i]->data();
-            for (const auto& c : todo[i]->entries()) todo.push_back(c);
+            for (const auto& c : todo[i]->entries())
+                todo.push_back(c);
         }
     }
 }
@@ -233,7 +261,8 @@ TEST(ByteArrayBuffer, ReadsSeeksAndPutsBack) {
     EXPECT_EQ(in.rdbuf()->in_avail(), 3);
     EXPECT_EQ(in.rdbuf()->pubseekoff(2, std::ios_base::beg), std::streampos(-2));  // negated
     EXPECT_EQ(in.get(), 'c');
-    EXPECT_EQ(in.rdbuf()->pubseekoff(99, std::ios_base::end), std::streampos(-4));  // offset ignored
+    EXPECT_EQ(in.rdbuf()->pubseekoff(99, std::ios_base::end),
+              std::streampos(-4));  // offset ignored
     EXPECT_EQ(in.rdbuf()->pubseekoff(5, std::ios_base::beg), std::streampos(-1));
     EXPECT_EQ(in.get(), std::char_traits<char>::eof());
 }
