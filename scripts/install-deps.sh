@@ -9,6 +9,9 @@ packages=(
   libgtest-dev libgmock-dev
   python3
 )
+# Extra packages a caller needs (the fuzz script asks for clang and its runtime).
+read -r -a extra <<< "${QB_EXTRA_PACKAGES:-}"
+packages+=("${extra[@]}")
 
 missing=()
 for p in "${packages[@]}"; do

@@ -49,12 +49,14 @@ std::shared_ptr<OXMessage> OXMessage::create(Bytes data, bool ignoreChecksum) {
 std::shared_ptr<OXMessage> OXMessage::create(std::shared_ptr<CFBEntry> entry, bool ignoreChecksum,
                                              int depth) {
     if (!entry || depth > kMaxDepth) return nullptr;
-    auto message = std::make_shared<OXMessage>(ignoreChecksum, depth);
+    auto message =
+        std::make_shared<OXMessage>(ignoreChecksum, depth, std::make_shared<OpenedStorages>());
     if (!message->open(std::move(entry))) return nullptr;
     return message;
 }
 
 bool OXMessage::open(std::shared_ptr<CFBEntry> entry) {
+    opened_->insert(entry->dirEntry());
     auto properties = processProperties(*entry, nullptr);
     if (!properties) return false;
     if (properties->isRootMessage) translateNames(properties->props, processNameIDs(*entry));
@@ -266,10 +268,12 @@ AttachmentList OXMessage::processAttachments(const CFBEntry& root) const {
         if (!properties) continue;
         std::shared_ptr<OutlookMessage> nested;
         if (auto embedded = child->entry(kEmbeddedMessage)) {
-            if (depth_ + 1 > kMaxDepth)
+            if (depth_ + 1 > kMaxDepth) {
                 logf("Embedded message nested deeper than {} levels not opened", kMaxDepth);
-            else
-                nested = create(embedded, ignoreChecksum_, depth_ + 1);
+            } else if (!opened_->contains(embedded->dirEntry())) {
+                auto message = std::make_shared<OXMessage>(ignoreChecksum_, depth_ + 1, opened_);
+                if (message->open(embedded)) nested = std::move(message);
+            }
         }
         list.push_back(std::make_shared<TNEFAttachment>(std::move(properties->props),
                                                         std::move(nested), self()));

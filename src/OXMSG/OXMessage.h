@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "OXMSG/cfb/CFBEntry.h"
@@ -13,7 +14,7 @@ namespace qb {
 
 // An Outlook .msg file (MAPI properties in a compound file) read into the message model.
 class OXMessage : public OutlookMessage {
-public:
+  public:
     static constexpr int kMaxDepth = 64;
 
     // What one property storage holds.
@@ -31,7 +32,12 @@ public:
     static std::shared_ptr<OXMessage> create(std::shared_ptr<CFBEntry> entry, bool ignoreChecksum,
                                              int depth = 0);
 
-    std::optional<QBProperties> processProperties(const CFBEntry& storage, const NameMap* names) const;
+    // The storages opened as messages in one file; a damaged directory may lead an
+    // attachment back to one of them, which is then not opened again.
+    using OpenedStorages = std::set<const POLE::DirEntry*>;
+
+    std::optional<QBProperties> processProperties(const CFBEntry& storage,
+                                                  const NameMap* names) const;
     MAPIPropList processPropertyList(const Bytes& stream, size_t headerSize) const;
     MAPIPropList processPropEntries(const CFBEntry& storage) const;
     std::shared_ptr<MAPIProp> processProperty(const CFBEntry& stream) const;
@@ -64,9 +70,10 @@ public:
         return nullptr;
     }
 
-    OXMessage(bool ignoreChecksum, int depth) : ignoreChecksum_(ignoreChecksum), depth_(depth) {}
+    OXMessage(bool ignoreChecksum, int depth, std::shared_ptr<OpenedStorages> opened)
+        : ignoreChecksum_(ignoreChecksum), depth_(depth), opened_(std::move(opened)) {}
 
-private:
+  private:
     bool open(std::shared_ptr<CFBEntry> entry);
     std::shared_ptr<const OutlookMessage> self() const { return shared_from_this(); }
     void processEncoding(const MAPIPropList& props);
@@ -75,6 +82,7 @@ private:
 
     bool ignoreChecksum_;
     int depth_;
+    std::shared_ptr<OpenedStorages> opened_;
     StringEncoding encoding_ = kISOLatin1Encoding;
     std::shared_ptr<CFBEntry> root_;
     TNEFAttrList noAttributes_;

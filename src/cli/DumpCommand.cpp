@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <cstdio>
+#include <set>
 
 #include "OXMSG/OXMessage.h"
 #include "cli/Commands.h"
@@ -22,6 +23,10 @@ class Dumper {
   public:
     std::string out;
 
+  private:
+    std::set<const POLE::DirEntry*> shownStorages_;
+
+  public:
     void message(const OutlookMessage& m, int depth) {
         if (auto ox = dynamic_cast<const OXMessage*>(&m)) return msgMessage(*ox, depth);
         const std::string pad(size_t(depth) * 4, ' ');
@@ -73,6 +78,11 @@ class Dumper {
         for (const auto& child : e.entries()) {
             const std::string pad(size_t(depth) * 2, ' ');
             if (child->isDirectoryEntry()) {
+                // A damaged directory can lead back to a storage shown already.
+                if (!shownStorages_.insert(child->dirEntry()).second) {
+                    out += fmt::format("{}{}/ (shown above)\n", pad, child->name());
+                    continue;
+                }
                 out += fmt::format("{}{}/\n", pad, child->name());
                 tree(*child, depth + 1);
             } else {

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "OXMSG/OXMessage.h"
 #include "model/MAPIArray.h"
 #include "model/PropertyTags.h"
@@ -261,6 +263,43 @@ TEST(OXMessage, TNEFOleObjectsTakeTheirContentsStream) {
             EXPECT_FALSE(data);
         }
     }
+}
+
+TEST(OXMessage, StoragesThatLeadBackAreOpenedOnce) {
+    // Two attachments whose embedded-message storages lead back to the root's own children:
+    // without a guard every level would open both again, 2^64 times over.
+    MsgFile f;
+    f.root.unicode(0x0037, "loop");
+    MsgFile inner;
+    inner.root.unicode(0x0037, "inner");
+    for (int i = 0; i < 2; ++i)
+        f.attachments.push_back(
+            {MsgProps().u32(0x3705, 5), inner.tree(MsgProps::Kind::Embedded).children});
+    test::CompoundFileWriter writer;
+    std::string file = writer.write(f.tree());
+    const size_t dir = test::sectorOffset(writer.layout().firstDirectorySector, 512);
+    const std::string name = test::utf16le("__substg1.0_3701000D");
+    const std::string rootChild = file.substr(dir + 0x4C, 4);
+    int patched = 0;
+    for (size_t e = dir; e + 128 <= file.size(); e += 128) {
+        if (file.compare(e, name.size(), name) == 0) {
+            file.replace(e + 0x4C, 4, rootChild);
+            ++patched;
+        }
+        if (e > dir + 128 * 64) break;
+    }
+    ASSERT_EQ(patched, 2);
+    test::LogCapture quiet;
+    const auto start = std::chrono::steady_clock::now();
+    auto m = OXMessage::create(Bytes::fromString(file));
+    ASSERT_TRUE(m);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    size_t messages = 0;
+    std::vector<std::shared_ptr<OutlookMessage>> todo{m};
+    for (size_t i = 0; i < todo.size(); ++i, ++messages)
+        for (const auto& a : todo[i]->attachments())
+            if (auto n = a->nestedMessage()) todo.push_back(n);
+    EXPECT_LE(messages, 3u);
 }
 
 TEST(OXMessage, RandomDamageNeverCrashes) {

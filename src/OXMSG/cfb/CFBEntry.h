@@ -14,7 +14,7 @@ namespace qb {
 // One directory entry (the root, a storage or a stream) of a compound file held in memory.
 // Every entry shares the root's storage, which keeps the input bytes alive.
 class CFBEntry {
-public:
+  public:
     // The root of the compound file in `data`; nothing when it is not one we can open.
     static std::shared_ptr<CFBEntry> create(Bytes data);
     CFBEntry(std::shared_ptr<const POLE::Storage> storage, const POLE::DirEntry* entry,
@@ -39,8 +39,11 @@ public:
     // "<CFBEntry: 0x…> { name = '…', directoryEntry = YES, length = 0}"
     std::string description() const;
     const POLE::Storage& storage() const { return *storage_; }
+    // The directory entry this stands for: the same for every CFBEntry of one entry, so a
+    // walk can tell when a damaged tree leads back to where it has been.
+    const POLE::DirEntry* dirEntry() const { return entry_; }
 
-private:
+  private:
     std::string childPath(const std::string& name) const;
 
     std::shared_ptr<const POLE::Storage> storage_;

@@ -193,9 +193,8 @@ std::vector<size_t> DirTree::children(size_t index) const {
 
 qb::Bytes StorageIO::bigBlock(uint64_t b) const {
     const uint64_t size = uint64_t(1) << header.b_shift;
-    const uint64_t pos = (b + 1) * size;
-    if (b >= (uint64_t(1) << 40) || pos >= data_.size()) return {};
-    return data_.slice(size_t(pos), size_t(size));
+    if (b >= data_.size() / size) return {};  // also keeps (b + 1) * size from overflowing
+    return data_.slice(size_t((b + 1) * size), size_t(size));
 }
 
 qb::Bytes StorageIO::smallBlock(uint64_t s) const {
@@ -243,24 +242,30 @@ bool StorageIO::load() {
         }
     }
 
+    // Tables and the directory are read from the sectors of their chains; what a sector cut
+    // short lacks reads as zeros, but never more than the file could address: entries past
+    // that would only name sectors the file does not have.
     auto readChain = [&](const std::vector<uint64_t>& chain, AllocTable* table,
-                         std::vector<uint8_t>* raw) {
-        if (table) table->data.reserve(chain.size() * size_t(bigSize / 4));
+                         std::vector<uint8_t>* raw, uint64_t limit) {
         for (uint64_t b : chain) {
-            qb::Bytes block = bigBlock(b);
-            std::vector<uint8_t> full(size_t(bigSize), 0);  // a sector cut short reads as zeros
-            if (!block.empty()) std::memcpy(full.data(), block.data(), block.size());
-            if (table) table->append(full.data(), full.size());
-            if (raw) raw->insert(raw->end(), full.begin(), full.end());
+            const uint64_t have = table ? table->data.size() * 4 : raw->size();
+            if (have >= limit) break;
+            const qb::Bytes block = bigBlock(b);
+            const size_t want = size_t(std::min<uint64_t>(bigSize, limit - have));
+            std::vector<uint8_t> piece(want, 0);
+            std::memcpy(piece.data(), block.data(), std::min(block.size(), want));
+            if (table) table->append(piece.data(), piece.size());
+            if (raw) raw->insert(raw->end(), piece.begin(), piece.end());
         }
     };
+    const uint64_t fileSize = data_.size();
     bbat.data.clear();
-    readChain(blocks, &bbat, nullptr);
+    readChain(blocks, &bbat, nullptr, (fileBlocks + 1) * 4);
     sbat.data.clear();
-    readChain(bbat.follow(header.sbat_start), &sbat, nullptr);
+    readChain(bbat.follow(header.sbat_start), &sbat, nullptr, (fileSize / sbat.blockSize + 1) * 4);
 
     std::vector<uint8_t> directory;
-    readChain(bbat.follow(header.dirent_start), nullptr, &directory);
+    readChain(bbat.follow(header.dirent_start), nullptr, &directory, fileSize + kDirEntrySize);
     dirtree.load(directory.data(), directory.size());
     if (directory.size() >= 0x78) sb_blocks = bbat.follow(u32At(directory.data() + 0x74));
 
@@ -304,7 +309,8 @@ qb::Bytes StorageIO::streamData(const DirEntry& e) const {
     if (chain.empty()) return qb::Bytes::adopt({});
     const bool big = usesBigBlocks(e);
     const uint64_t blockSize = big ? bbat.blockSize : sbat.blockSize;
-    const uint64_t length = std::min<uint64_t>(e.size, chain.size() * blockSize);
+    // A stream holds no more than its chain covers, nor more than the whole file.
+    const uint64_t length = std::min<uint64_t>({e.size, chain.size() * blockSize, data_.size()});
     if (big) {
         // Sectors in one run: hand out a window onto the input instead of a copy.
         bool contiguous = true;

@@ -1,0 +1,52 @@
+#pragma once
+
+// Asks a message for everything it can give, nested messages included, so that every lazy
+// decoder runs on fuzzed input.
+#include "model/MAPIArray.h"
+#include "model/OutlookMessage.h"
+#include "tnef/TNEFAttachment.h"
+#include "tnef/TNEFAttr.h"
+
+namespace qb::fuzz {
+
+inline void touchProps(const MAPIPropList* props, int depth);
+
+inline void touchMessage(const OutlookMessage& m, int depth = 0) {
+    if (depth > 4) return;
+    (void)m.subject();
+    (void)m.messageClass();
+    (void)m.tnefCorrelator();
+    if (auto s = m.sender()) (void)s->email();
+    for (const auto& a : m.attributes()) {
+        (void)a->description();
+        if (auto props = std::get_if<MAPIPropList>(&a->value())) touchProps(props, depth);
+        if (auto rows = std::get_if<RecipientRows>(&a->value()))
+            for (const auto& row : *rows)
+                touchProps(&row, depth);
+    }
+    touchProps(m.mapiprops(), depth);
+    for (const auto& att : m.attachments()) {
+        (void)att->filename();
+        (void)att->mimeType();
+        (void)att->rawData();
+        touchProps(att->mapiprops(), depth);
+        if (auto nested = att->nestedMessage()) touchMessage(*nested, depth + 1);
+    }
+}
+
+inline void touchProps(const MAPIPropList* props, int depth) {
+    if (!props) return;
+    for (const auto& p : *props) {
+        (void)p->description();
+        for (const auto& v : p->values())
+            (void)v->value();
+        if (auto v = p->value()) {
+            const MAPIData& data = v->value();
+            if (auto nested = std::get_if<std::shared_ptr<OutlookMessage>>(&data);
+                nested && *nested)
+                touchMessage(**nested, depth + 1);
+        }
+    }
+}
+
+}  // namespace qb::fuzz
