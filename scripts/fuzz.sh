@@ -38,8 +38,10 @@ for t in "${targets[@]}"; do
   ASAN_OPTIONS=detect_leaks=1 build-fuzz/fuzz/$t "${limit[@]}" -max_len=200000 -timeout=10 \
     -rss_limit_mb=2048 -artifact_prefix="$work/$t-" "$work/$t-corpus" "$seeds" 2>&1 \
     | grep -E '^#[0-9]+ *(DONE|INITED)|ERROR|SUMMARY|Done [0-9]+ runs' || true
-  if ls "$work/$t-"crash-* "$work/$t-"leak-* "$work/$t-"timeout-* "$work/$t-"oom-* >/dev/null 2>&1; then
-    mkdir -p fuzz-findings && cp "$work/$t-"{crash,leak,timeout,oom}-* fuzz-findings/ 2>/dev/null || true
+  findings=$(find "$work" -maxdepth 1 -name "$t-crash-*" -o -name "$t-leak-*" \
+             -o -name "$t-timeout-*" -o -name "$t-oom-*")
+  if [[ -n "$findings" ]]; then
+    mkdir -p fuzz-findings && cp $findings fuzz-findings/
     echo "$t: findings copied to fuzz-findings/" >&2
     exit 1
   fi

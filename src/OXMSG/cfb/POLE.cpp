@@ -253,7 +253,7 @@ bool StorageIO::load() {
             const qb::Bytes block = bigBlock(b);
             const size_t want = size_t(std::min<uint64_t>(bigSize, limit - have));
             std::vector<uint8_t> piece(want, 0);
-            std::memcpy(piece.data(), block.data(), std::min(block.size(), want));
+            if (!block.empty()) std::memcpy(piece.data(), block.data(), std::min(block.size(), want));
             if (table) table->append(piece.data(), piece.size());
             if (raw) raw->insert(raw->end(), piece.begin(), piece.end());
         }
