@@ -86,7 +86,8 @@ TEST(CompoundFile, ReadsFATSectorsListedInDIFATSectors) {
     ASSERT_TRUE(storage.open());
     EXPECT_EQ(storage.io().header.num_bat, 120u);
     EXPECT_EQ(storage.io().header.num_mbat, 1u);
-    EXPECT_EQ(storage.io().bbat.count(), 120u * 128);
+    // The FAT covers every sector of the file (entries past that could name nothing).
+    EXPECT_GE(storage.io().bbat.count(), file.size() / 512);
     expectSample(CFBEntry::create(Bytes::fromString(file)));
 
     CompoundFileWriter large;
