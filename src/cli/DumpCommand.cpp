@@ -23,10 +23,6 @@ class Dumper {
   public:
     std::string out;
 
-  private:
-    std::set<const POLE::DirEntry*> shownStorages_;
-
-  public:
     void message(const OutlookMessage& m, int depth) {
         if (auto ox = dynamic_cast<const OXMessage*>(&m)) return msgMessage(*ox, depth);
         const std::string pad(size_t(depth) * 4, ' ');
@@ -152,6 +148,8 @@ class Dumper {
             nested && *nested && depth < kMaxNesting)
             message(**nested, depth + 1);
     }
+
+    std::set<const POLE::DirEntry*> shownStorages_;
 };
 
 }  // namespace

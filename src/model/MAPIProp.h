@@ -33,10 +33,6 @@ class MAPIProp {
     // `location` just past the last byte read.
     static MAPIPropList propertiesOfMessage(const std::shared_ptr<const OutlookMessage>& message,
                                             const Bytes& data, size_t& location);
-    static MAPIPropList propertiesOfMessage(const std::shared_ptr<const OutlookMessage>& message,
-                                            const Bytes& data, size_t location, size_t) {
-        return propertiesOfMessage(message, data, location);
-    }
     static bool isMAPIPropType(uint32_t baseType);
 
     // The single value, or the first of several; null when there is none.
