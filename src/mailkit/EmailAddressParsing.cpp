@@ -139,7 +139,7 @@ bool isIPv4Literal(std::string_view s) {
 }  // namespace
 
 bool emailAddressValidate(std::string_view text) {
-    // RFC 5322 addr-spec as mail clients check it: dot-atom or quoted local part, "@", a
+    // An RFC 5322 address as mail clients check it: dot-atom or quoted local part, "@", a
     // dotted host name or a bracketed IPv4 literal. Letters in any case.
     const size_t at = text.rfind('@');
     if (at == std::string_view::npos) return false;

@@ -21,7 +21,7 @@ std::optional<std::string> emailFullNameOrAddress(std::string_view text);
 
 namespace qb {
 
-// Whether the whole text is an addr-spec: a dot-atom or quoted local part, "@", and a dotted
+// Whether the whole text is a bare address: a dot-atom or quoted local part, "@", and a dotted
 // domain of letters, digits and inner hyphens or a bracketed IPv4 literal (any case).
 bool emailAddressValidate(std::string_view text);
 // "Re: <subject>" unless "Re:" occurs in it already (case-sensitive); likewise "Fwd:".

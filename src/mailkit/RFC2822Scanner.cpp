@@ -247,7 +247,7 @@ bool RFC2822Scanner::scanMailbox(RFC2822Mailbox& out, std::string* error) {
         skipCFWS();
         return true;
     }
-    // Not a name-addr: read it again as an addr-spec, with a trailing comment as its name.
+    // Not a name-addr: read it again as a bare address, with a trailing comment as its name.
     pos_ = start;
     lastComment_.clear();
     if (!scanAddrSpec(out, error)) return false;

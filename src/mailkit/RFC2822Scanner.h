@@ -14,12 +14,12 @@ struct RFC2822Mailbox {
     std::optional<std::string> domain;
 };
 
-// Scans RFC 2822 address syntax: mailboxes (name-addr and addr-spec, with dot-atoms, quoted
+// Scans RFC 2822 address syntax: mailboxes (name-addr and bare addresses, with dot-atoms, quoted
 // local parts and domain literals), groups, nested comments and folding white space. Bytes
 // above 0x7F are taken as atom text, as internationalised headers write them. Errors are
 // reported, never thrown.
 class RFC2822Scanner {
-public:
+  public:
     explicit RFC2822Scanner(std::string_view text) : s_(text) {}
 
     // The next mailbox of an address list, stepping over the "," before it and into or out
@@ -28,7 +28,7 @@ public:
     bool scanMailbox(RFC2822Mailbox& out, std::string* error);
     bool atEnd();
 
-private:
+  private:
     void skipCFWS();
     bool skipComment(std::string* text);
     std::optional<std::string> scanAtom();
