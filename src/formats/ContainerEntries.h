@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/Bytes.h"
+
+namespace qb {
+
+// The names of the entries of a ZIP archive held in memory (empty when it is none or is
+// damaged), and of the top-level entries of a compound file.
+std::vector<std::string> zipEntryNames(const Bytes& data);
+std::vector<std::string> compoundFileEntryNames(const Bytes& data);
+
+}  // namespace qb
