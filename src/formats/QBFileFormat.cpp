@@ -125,7 +125,7 @@ const QBFileFormat* QBFileFormat::fileFormatForMIMEType(std::string_view mimeTyp
 }
 
 const QBFileFormat* QBFileFormat::fileFormatOfData(const Bytes& d) {
-    auto id = [](std::string_view identifier) { return formatWithIdentifier(identifier); };
+    auto id = [](std::string_view name) { return formatWithIdentifier(name); };
     if (startsWith(d, "\x78\x9F\x3E\x22")) return id("com.microsoft.tnef");
     if (startsWith(d, "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1")) {
         const auto names = compoundFileEntryNames(d);
