@@ -6,6 +6,7 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config
   libicu-dev libssl-dev libfmt-dev nlohmann-json3-dev libcli11-dev libzip-dev
+  libxml2-dev uuid-dev
   libgtest-dev libgmock-dev
   python3
 )

@@ -13,6 +13,10 @@ namespace qb::cli {
 int runDump(const std::vector<std::string>& files);
 int runRTF(const std::string& file, const std::optional<std::string>& output);
 int runInfo(const std::vector<std::string>& files, bool json);
+// Every export of each message into a folder of its own inside `outDir` (default ".").
+int runExtract(const std::vector<std::string>& files, const std::optional<std::string>& outDir);
+// The message as one RFC 2822 message.
+int runEml(const std::string& file, const std::optional<std::string>& output);
 
 // The dump of one message: its attributes, property lists, recipient rows and attachment
 // groups, nested levels indented.

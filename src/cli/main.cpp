@@ -24,7 +24,7 @@ void logToStderr(std::string_view line) {
 
 int main(int argc, char** argv) {
     qb::setLogSink(logToStderr);
-    CLI::App app{"quillbox: read Outlook TNEF (winmail.dat) messages"};
+    CLI::App app{"quillbox: read Outlook TNEF (winmail.dat) and .msg messages"};
     app.require_subcommand(1);
     app.set_version_flag("--version", "quillbox 0.1.0");
 
@@ -46,6 +46,18 @@ int main(int argc, char** argv) {
     info->add_option("FILE", files, "input files (- for standard input)")->required();
     info->add_flag("--json", json, "one JSON object per file and line");
 
+    auto* extract = app.add_subcommand(
+        "extract",
+        "Write the bodies, attachments, nested messages (.eml) and metadata.json of "
+        "each message into a folder of its own");
+    extract->add_option("FILE", files, "input files (- for standard input)")->required();
+    extract->add_option("-o,--output", output, "where the folders go (default: here)");
+
+    auto* eml = app.add_subcommand("eml", "Write the message as one .eml file");
+    std::string emlFile;
+    eml->add_option("FILE", emlFile, "input file (- for standard input)")->required();
+    eml->add_option("-o,--output", output, "output file (default: standard output)");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -55,5 +67,7 @@ int main(int argc, char** argv) {
     if (*dump) return qb::cli::runDump(files);
     if (*rtf) return qb::cli::runRTF(rtfFile, output);
     if (*info) return qb::cli::runInfo(files, json);
+    if (*extract) return qb::cli::runExtract(files, output);
+    if (*eml) return qb::cli::runEml(emlFile, output);
     return 2;
 }

@@ -52,6 +52,22 @@ std::string formatRFC3339(Date date) {
                        secs / 3600, (secs / 60) % 60, secs % 60);
 }
 
+std::string formatRFC2822(Date date) {
+    static constexpr const char* kDays[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+    static constexpr const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                              "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    const int64_t total = date.time_since_epoch().count();
+    const int64_t days = floorDiv(total, 86400);
+    const int64_t secs = total - days * 86400;
+    const std::chrono::year_month_day ymd{std::chrono::sys_days(std::chrono::days(days))};
+    // 1970-01-01 was a Thursday.
+    const int64_t weekday = ((days + 4) % 7 + 7) % 7;
+    return fmt::format("{}, {:02} {} {:04} {:02}:{:02}:{:02} +0000", kDays[weekday],
+                       static_cast<unsigned>(ymd.day()),
+                       kMonths[static_cast<unsigned>(ymd.month()) - 1],
+                       static_cast<int>(ymd.year()), secs / 3600, (secs / 60) % 60, secs % 60);
+}
+
 }  // namespace qb
 
 namespace qb {

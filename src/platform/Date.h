@@ -21,6 +21,8 @@ Date dateFromComponents(int64_t year, int64_t month, int64_t day, int64_t hour, 
 
 // "YYYY-MM-DDTHH:MM:SSZ"
 std::string formatRFC3339(Date date);
+// "Wed, 22 Apr 2009 14:36:33 +0000", the date-time of a mail header.
+std::string formatRFC2822(Date date);
 
 }  // namespace qb
 

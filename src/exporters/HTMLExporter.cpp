@@ -1,0 +1,81 @@
+#include "exporters/HTMLExporter.h"
+
+#include "exporters/PlainTextExporter.h"
+#include "mime/ContentCoders.h"
+#include "model/MAPIArray.h"
+#include "richtext/HTMLFontSizes.h"
+
+namespace qb {
+
+namespace {
+
+constexpr uint32_t kInternetCodePage = 0x3FDE0003;
+constexpr uint32_t kHTMLStringProperty = 0x1013001E;
+constexpr uint32_t kHTMLPropID = 0x1013;
+constexpr uint32_t kBinaryType = 0x0102;
+
+struct HTMLBody {
+    Bytes data;
+    StringEncoding encoding;
+};
+
+std::optional<HTMLBody> htmlBodyOfMessage(const OutlookMessage& message) {
+    const MAPIPropList* props = message.mapiprops();
+    StringEncoding encoding = message.encoding();
+    if (auto cp = uint32ForProperty(props, kInternetCodePage)) {
+        const StringEncoding e = encodingForWindowsCodePage(*cp);
+        if (isKnownEncoding(e)) encoding = e;
+    }
+
+    std::optional<std::string> text = stringForProperty(props, kHTMLStringProperty);
+    if (!text) {
+        const MAPIData v = valueForPropID(props, kHTMLPropID, kBinaryType);
+        if (const auto* b = std::get_if<Bytes>(&v)) {
+            // A stray byte should not cost the whole body.
+            text = decodeString(b->view(), encoding);
+            if (!text) text = decodeString(b->view(), encoding, true);
+        }
+    }
+    if (!text || text->empty()) return std::nullopt;
+
+    auto bytes = encodeString(*text, encoding, true);
+    if (!bytes) {
+        bytes = *text;
+        encoding = kUTF8Encoding;
+    }
+    if (auto html = htmlWithFontsEnlarged(*text, kHTMLExportFontStep))
+        return HTMLBody{Bytes::fromString(*html), kUTF8Encoding};
+    return HTMLBody{Bytes::fromString(*bytes), encoding};
+}
+
+}  // namespace
+
+HTMLExporter::HTMLExporter(std::shared_ptr<const OutlookMessage> message, Bytes data,
+                           StringEncoding encoding)
+    : message_(std::move(message)), data_(std::move(data)), dataEncoding_(encoding) {}
+
+std::shared_ptr<HTMLExporter> HTMLExporter::create(std::shared_ptr<const OutlookMessage> message) {
+    if (!message) return nullptr;
+    auto body = htmlBodyOfMessage(*message);
+    if (!body) {
+        auto mime = message->mimeHtmlBodyContent();
+        if (!mime || mime->empty()) return nullptr;
+        body = HTMLBody{Bytes::fromString(*mime), kUTF8Encoding};
+    }
+    return std::shared_ptr<HTMLExporter>(
+        new HTMLExporter(std::move(message), std::move(body->data), body->encoding));
+}
+
+EDMessagePartPtr HTMLExporter::messagePart() const {
+    std::call_once(partOnce_, [&] {
+        auto text = decodeString(data_.view(), dataEncoding_, true).value_or("");
+        part_ = EDHTMLTextContentCoder(text).messagePart();
+    });
+    return part_;
+}
+
+Dictionary HTMLExporter::metadata() const {
+    return textExporterMetadata(filename_, *mimeType());
+}
+
+}  // namespace qb

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace qb {
+
+// A name that is safe as one file name in a folder: path separators and control
+// characters become "_", a leading dot gets a "_" in front (so neither ".." nor hidden
+// files), invalid UTF-8 is repaired, and long names are cut to 200 bytes keeping the
+// extension. An empty name becomes `fallback`.
+std::string safeFilename(std::string_view name, std::string_view fallback = "Untitled");
+
+// The n-th candidate for a name that is taken: "a.txt" -> "a (2).txt" for n = 2; n = 1 gives
+// the name itself.
+std::string numberedFilename(std::string_view name, unsigned n);
+
+}  // namespace qb

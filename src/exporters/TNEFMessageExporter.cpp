@@ -1,0 +1,187 @@
+#include "exporters/TNEFMessageExporter.h"
+
+#include "exporters/AttachmentExporter.h"
+#include "exporters/HTMLExporter.h"
+#include "exporters/PlainTextExporter.h"
+#include "mime/ContentCoders.h"
+#include "mime/FieldCoders.h"
+#include "mime/MimeConstants.h"
+#include "tnef/TNEFAttachment.h"
+
+namespace qb {
+
+namespace {
+
+constexpr std::string_view kRemovedFromSubject = "/\\?%*|\"<>:";
+constexpr const char* kEmptySubject = "message";
+
+bool startsWith(const std::optional<std::string>& s, std::string_view prefix) {
+    return s && s->compare(0, prefix.size(), prefix) == 0;
+}
+
+// Writes one recipient kind: the header with every recipient that has an address text, the
+// metadata array with those texts. Nothing at all when there are no such recipients.
+void addRecipients(EDMessagePart& message, Dictionary& metadata, const AddressList& list,
+                   const char* header, const char* key) {
+    if (list.empty()) return;
+    Dictionary emails = Dictionary::array();
+    std::string field;
+    for (const auto& address : list) {
+        if (!address) continue;
+        auto email = address->email();
+        if (!email) continue;
+        emails.push_back(*email);
+        if (auto mailbox = mailboxFieldBody(*address)) {
+            if (!field.empty()) field += ", ";
+            field += *mailbox;
+        }
+    }
+    message.addToHeaderFields(header, field);
+    metadata[key] = std::move(emails);
+}
+
+}  // namespace
+
+std::string emlFilenameForSubject(const std::string& subject) {
+    std::string name;
+    for (char c : subject)
+        if (kRemovedFromSubject.find(c) == std::string_view::npos) name += c;
+    if (name.empty()) name = kEmptySubject;
+    return name + ".eml";
+}
+
+std::shared_ptr<TNEFMessageExporter> TNEFMessageExporter::create(
+    std::shared_ptr<const OutlookMessage> message,
+    const std::shared_ptr<TNEFMessageExporter>& parent, bool isNestedMessage,
+    std::optional<std::string> headerHTMLString) {
+    if (!message) return nullptr;
+    std::shared_ptr<TNEFMessageExporter> e(new TNEFMessageExporter());
+    e->message_ = std::move(message);
+    e->isNestedMessage_ = isNestedMessage;
+    e->headerHTMLString_ = std::move(headerHTMLString);
+    e->build(parent);
+    return e;
+}
+
+void TNEFMessageExporter::build(const std::shared_ptr<TNEFMessageExporter>& parent) {
+    const OutlookMessage& msg = *message_;
+    parent_ = parent;
+    messageClass_ = msg.messageClass();
+    isMessage_ =
+        !startsWith(messageClass_, "IPM.Appointment") && !startsWith(messageClass_, "IPM.Task");
+
+    Dictionary metadata = Dictionary::object();
+    messageID_ = msg.tnefCorrelator();
+    if (messageID_) metadata["X-MS-TNEF-Correlator"] = *messageID_;
+
+    std::vector<EDMessagePartPtr> parts, alternatives;
+    QBExporterList texts, attachments;
+
+    if (headerHTMLString_ && !headerHTMLString_->empty())
+        parts.push_back(EDHTMLTextContentCoder(*headerHTMLString_).messagePart());
+
+    if (auto plain = PlainTextExporter::create(message_)) {
+        texts.push_back(plain);
+        if (isNestedMessage_) alternatives.push_back(plain->messagePart());
+    }
+    if (auto html = HTMLExporter::create(message_)) {
+        texts.push_back(html);
+        if (isNestedMessage_) alternatives.push_back(html->messagePart());
+    }
+    if (isNestedMessage_ && !alternatives.empty())
+        parts.push_back(EDCompositeContentCoder(std::move(alternatives))
+                            .messagePartWithSubtype(kMimeMultipartSubtypeAternative));
+    textExporters_ = std::move(texts);
+
+    const auto self = shared_from_this();
+    for (const auto& attachment : msg.attachments()) {
+        if (!attachment) continue;
+        if (auto nested = attachment->nestedMessage()) {
+            auto child = create(nested, self, true);
+            if (!child) continue;
+            if (isNestedMessage_) parts.push_back(child->messagePart());
+            if (child->isMessage()) {
+                attachments.push_back(child);
+            } else {
+                // An item that is not a message contributes its attachments in its place.
+                for (const auto& e : child->attachmentExporters())
+                    attachments.push_back(e);
+            }
+        } else if (auto file = AttachmentExporter::create(attachment)) {
+            if (isNestedMessage_) parts.push_back(file->messagePart());
+            attachments.push_back(file);
+        }
+    }
+    attachmentExporters_ = std::move(attachments);
+
+    auto mime = EDCompositeContentCoder(std::move(parts)).message();
+    if (messageClass_ && *messageClass_ == "IPM.StickyNote")
+        mime->addToHeaderFields("X-Uniform-Type-Identifier", "com.apple.mail-note");
+    if (auto sender = msg.sender()) {
+        if (auto email = sender->email()) {
+            if (auto mailbox = mailboxFieldBody(*sender)) mime->addToHeaderFields("From", *mailbox);
+            metadata["From"] = *email;
+        }
+    }
+    addRecipients(*mime, metadata, msg.toRecipients(), "To", "ToRecipients");
+    addRecipients(*mime, metadata, msg.ccRecipients(), "CC", "CCRecipients");
+    // The field is written under this name on purpose.
+    addRecipients(*mime, metadata, msg.bccRecipients(), "BBC", "BCCRecipients");
+
+    std::string subject = msg.subject().value_or("");
+    if (subject.empty()) subject = kEmptySubject;
+    if (subject != kEmptySubject) metadata["Subject"] = subject;
+    mime->addToHeaderFields("Subject", EDTextFieldCoder::encoderWithText(subject).fieldBody());
+    filename_ = emlFilenameForSubject(subject);
+
+    if (auto date = msg.date()) {
+        mime->addToHeaderFields("Date", EDDateFieldCoder::encoderWithDate(*date).fieldBody());
+        metadata["Date"] = formatRFC3339(*date);
+    }
+
+    // A wrapper whose only content is an attached message is described by that message.
+    for (const auto& attachment : msg.attachments()) {
+        if (!attachment) continue;
+        auto nested = attachment->nestedMessage();
+        if (!nested) continue;
+        if (!metadata.contains("From"))
+            if (auto sender = nested->sender())
+                if (auto email = sender->email()) metadata["From"] = *email;
+        if (!metadata.contains("Subject"))
+            if (auto s = nested->subject(); s && !s->empty()) metadata["Subject"] = *s;
+        if (!metadata.contains("Date"))
+            if (auto d = nested->date()) metadata["Date"] = formatRFC3339(*d);
+    }
+
+    if (isNestedMessage_) {
+        data_ = Bytes::fromString(mime->transferData());
+    } else {
+        mimeMessage_ = std::move(mime);
+    }
+
+    Dictionary contents = Dictionary::array();
+    for (const auto& e : textExporters_)
+        contents.push_back(e->metadata());
+    for (const auto& e : attachmentExporters_)
+        contents.push_back(e->metadata());
+    metadata["InternalContents"] = std::move(contents);
+    metadataPlist_ = std::move(metadata);
+}
+
+EDMessagePartPtr TNEFMessageExporter::messagePart() const {
+    std::call_once(partOnce_, [&] {
+        const std::string_view bytes = data_ ? data_->view() : std::string_view();
+        part_ = EDMultimediaContentCoder(bytes, filename_.value_or(""), false).messagePart();
+    });
+    return part_;
+}
+
+Dictionary TNEFMessageExporter::metadata() const {
+    Dictionary d = Dictionary::object();
+    if (filename_) d["filename"] = *filename_;
+    d["Content-Type"] = *mimeType();
+    d["x-mac-hide-extension"] = "yes";
+    return d;
+}
+
+}  // namespace qb

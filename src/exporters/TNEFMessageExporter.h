@@ -1,0 +1,64 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+
+#include "exporters/QBExporter.h"
+#include "model/OutlookMessage.h"
+
+namespace qb {
+
+// The root of the exporter tree for one message: its body exporters, one exporter per
+// attachment (nested messages get exporters of their own, recursively), its metadata and,
+// for a message nested in another, the whole message as RFC 2822 bytes.
+class TNEFMessageExporter : public QBExporter,
+                            public std::enable_shared_from_this<TNEFMessageExporter> {
+  public:
+    // Does all the work at once; never fails.
+    static std::shared_ptr<TNEFMessageExporter> create(
+        std::shared_ptr<const OutlookMessage> message,
+        const std::shared_ptr<TNEFMessageExporter>& parent, bool isNestedMessage,
+        std::optional<std::string> headerHTMLString = std::nullopt);
+
+    bool isMessage() const { return isMessage_; }
+    bool isNestedMessage() const { return isNestedMessage_; }
+    const Dictionary& metadataPlist() const { return metadataPlist_; }
+    const QBExporterList& textExporters() const { return textExporters_; }
+    const QBExporterList& attachmentExporters() const { return attachmentExporters_; }
+    const std::optional<std::string>& messageClass() const { return messageClass_; }
+    const std::optional<std::string>& messageID() const { return messageID_; }
+    std::shared_ptr<TNEFMessageExporter> parent() const { return parent_.lock(); }
+    std::shared_ptr<const OutlookMessage> tnefMessage() const { return message_; }
+    const std::optional<std::string>& headerHTMLString() const { return headerHTMLString_; }
+    // The whole MIME message as built (serialised into `data` only for nested messages).
+    EDMessagePartPtr mimeMessage() const { return mimeMessage_; }
+
+    std::optional<std::string> filename() const override { return filename_; }
+    void setFilename(std::optional<std::string> name) override { filename_ = std::move(name); }
+    std::optional<Bytes> data() const override { return data_; }
+    EDMessagePartPtr messagePart() const override;
+    std::optional<std::string> mimeType() const override { return "message/rfc822"; }
+    Dictionary metadata() const override;
+
+  private:
+    TNEFMessageExporter() = default;
+    void build(const std::shared_ptr<TNEFMessageExporter>& parent);
+
+    std::shared_ptr<const OutlookMessage> message_;
+    std::weak_ptr<TNEFMessageExporter> parent_;
+    bool isMessage_ = true;
+    bool isNestedMessage_ = false;
+    std::optional<std::string> headerHTMLString_;
+    std::optional<std::string> messageClass_, messageID_, filename_;
+    std::optional<Bytes> data_;
+    Dictionary metadataPlist_;
+    QBExporterList textExporters_, attachmentExporters_;
+    EDMessagePartPtr mimeMessage_;
+    mutable std::once_flag partOnce_;
+    mutable EDMessagePartPtr part_;
+};
+
+// The subject as a file name: without / \ ? % * | " < > : and with the extension "eml".
+std::string emlFilenameForSubject(const std::string& subject);
+
+}  // namespace qb

@@ -1,0 +1,122 @@
+#include "mime/ContentCoders.h"
+
+#include <fmt/format.h>
+
+#include "mime/FieldCoders.h"
+#include "mime/MimeConstants.h"
+#include "mime/MimeTypes.h"
+#include "mime/TransferEncoding.h"
+#include "platform/StringEncoding.h"
+#include "platform/UUID.h"
+
+namespace qb {
+
+namespace {
+
+EDMessagePartPtr textPart(std::string_view subtype, std::string_view text) {
+    auto part = std::make_shared<EDMessagePart>();
+    std::string body = canonicalLineEnds(text);
+    if (isSevenBitClean(body)) {
+        part->headers().setHeader(
+            fmt::format("text/{}; charset={}", subtype, kMimeContentEncodingUSASCII),
+            kMimeHeaderContentType);
+        part->headers().setHeader(kMimeTransferEncoding7Bit, kMimeHeaderContentTransferEncoding);
+        part->setContentData(std::move(body));
+        return part;
+    }
+    // Text that is not UTF-8 has no business here; replace what cannot be read.
+    if (!isValidUTF8(body)) body = decodeString(body, kUTF8Encoding, true).value_or("");
+    part->headers().setHeader(fmt::format("text/{}; charset={}", subtype, kMimeContentEncodingUTF8),
+                              kMimeHeaderContentType);
+    part->headers().setHeader(kMimeTransferEncodingQuotedPrintable,
+                              kMimeHeaderContentTransferEncoding);
+    part->setContentData(quotedPrintableBody(body));
+    return part;
+}
+
+}  // namespace
+
+std::string newBoundary() {
+    return fmt::format(kMimeMultipartBoundaryFormatString, newUUIDString());
+}
+
+std::string assembleMultipartBody(std::string_view boundary,
+                                  const std::vector<EDMessagePartPtr>& parts) {
+    size_t size = 0;
+    for (const auto& p : parts)
+        size += p->contentData().size() + 256;
+    std::string body;
+    body.reserve(size + boundary.size() + 8);
+    bool first = true;
+    for (const auto& p : parts) {
+        body += first ? "" : "\r\n";
+        body += "--";
+        body += boundary;
+        body += "\r\n";
+        body += p->headers().foldedHeaderString();
+        body += "\r\n\r\n";
+        body += p->contentData();
+        first = false;
+    }
+    body += "\r\n--";
+    body += boundary;
+    body += "--\r\n";
+    return body;
+}
+
+EDMessagePartPtr EDPlainTextContentCoder::messagePart() const {
+    return textPart("plain", text_);
+}
+
+EDMessagePartPtr EDHTMLTextContentCoder::messagePart() const {
+    return textPart("html", html_);
+}
+
+EDMessagePartPtr EDMultimediaContentCoder::messagePart() const {
+    auto part = std::make_shared<EDMessagePart>();
+    std::string type = mimeTypeForFilename(filename_);
+    std::string encoding = kMimeTransferEncodingBase64;
+    if (type == "message/rfc822") {
+        if (isSevenBitClean(data_))
+            encoding = kMimeTransferEncoding7Bit;
+        else if (isEightBitClean(data_))
+            encoding = kMimeTransferEncoding8Bit;
+        else
+            type = "application/octet-stream";
+    }
+    part->headers().setHeader(fmt::format("{}; {}", type, headerParameter("name", filename_)),
+                              kMimeHeaderContentType);
+    part->headers().setHeader(fmt::format("{}; {}", inline_ ? "inline" : "attachment",
+                                          headerParameter("filename", filename_)),
+                              kMimeHeaderContentDisposition);
+    part->headers().setHeader(encoding, kMimeHeaderContentTransferEncoding);
+    part->setContentData(encoding == kMimeTransferEncodingBase64 ? base64Body(data_)
+                                                                 : std::string(data_));
+    return part;
+}
+
+EDMessagePartPtr EDCompositeContentCoder::messagePartWithSubtype(std::string_view subtype) const {
+    auto part = std::make_shared<EDMessagePart>();
+    const std::string boundary = newBoundary();
+    part->headers().setHeader(
+        fmt::format("{}/{};\r\n boundary=\"{}\"", kMimeTypeMultipart, subtype, boundary),
+        kMimeHeaderContentType);
+    part->setContentData(assembleMultipartBody(boundary, subparts_));
+    return part;
+}
+
+EDMessagePartPtr EDCompositeContentCoder::message() const {
+    EDMessagePartPtr part;
+    if (subparts_.empty()) {
+        part = EDPlainTextContentCoder("").messagePart();
+    } else {
+        part = messagePartWithSubtype(kMimeMultipartSubtypeMixed);
+    }
+    // The version first, so it leads the fields after the addressing ones.
+    auto fields = part->headers().headerDictionary();
+    fields.insert(fields.begin(), {"MIME-Version", {"1.0"}});
+    part->headers().setHeaderDictionary(std::move(fields));
+    return part;
+}
+
+}  // namespace qb

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mime/EDMessagePart.h"
+
+namespace qb {
+
+// Text bodies: US-ASCII as 7bit when the text allows it, otherwise UTF-8 as
+// quoted-printable. Line breaks are written as CR LF.
+class EDPlainTextContentCoder {
+  public:
+    explicit EDPlainTextContentCoder(std::string_view text) : text_(text) {}
+    EDMessagePartPtr messagePart() const;
+
+  private:
+    std::string text_;
+};
+
+class EDHTMLTextContentCoder {
+  public:
+    explicit EDHTMLTextContentCoder(std::string_view html) : html_(html) {}
+    EDMessagePartPtr messagePart() const;
+
+  private:
+    std::string html_;
+};
+
+// A file: type from the name's extension, the name in Content-Type and
+// Content-Disposition, the bytes in Base64. A message/rfc822 body travels unencoded, as
+// RFC 2046 requires; bytes that cannot go so are sent as application/octet-stream.
+class EDMultimediaContentCoder {
+  public:
+    EDMultimediaContentCoder(std::string_view data, std::string_view filename,
+                             bool inlineFlag = false)
+        : data_(data), filename_(filename), inline_(inlineFlag) {}
+    EDMessagePartPtr messagePart() const;
+
+  private:
+    std::string_view data_;
+    std::string filename_;
+    bool inline_;
+};
+
+// Parts gathered into a multipart entity, or into a whole message.
+class EDCompositeContentCoder {
+  public:
+    explicit EDCompositeContentCoder(std::vector<EDMessagePartPtr> subparts)
+        : subparts_(std::move(subparts)) {}
+    EDMessagePartPtr messagePartWithSubtype(std::string_view subtype) const;
+    // A top-level multipart/mixed entity with "MIME-Version: 1.0". Without parts the
+    // message is an empty text/plain one, since a multipart needs at least one part.
+    EDMessagePartPtr message() const;
+
+  private:
+    std::vector<EDMessagePartPtr> subparts_;
+};
+
+// "MKMimeKit=_" and a fresh upper-case UUID: 47 characters.
+std::string newBoundary();
+
+// The body of a multipart entity: each part's header block and body after a delimiter
+// line, then the closing delimiter.
+std::string assembleMultipartBody(std::string_view boundary,
+                                  const std::vector<EDMessagePartPtr>& parts);
+
+}  // namespace qb

@@ -1,0 +1,34 @@
+#include "mime/EDMessagePart.h"
+
+#include <cctype>
+
+#include "mime/MimeConstants.h"
+
+namespace qb {
+
+std::string EDMessagePart::contentType() const {
+    auto value = headers_.firstHeaderForKey(kMimeHeaderContentType);
+    if (!value) return {};
+    std::string type = value->substr(0, value->find(';'));
+    while (!type.empty() && std::isspace(static_cast<unsigned char>(type.back())))
+        type.pop_back();
+    for (char& c : type)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return type;
+}
+
+void EDMessagePart::addToHeaderFields(std::string_view name, std::string_view fieldBody) {
+    headers_.setHeader(fieldBody, name);
+}
+
+std::string EDMessagePart::transferData() const {
+    const std::string head = headers_.foldedHeaderString();
+    std::string out;
+    out.reserve(head.size() + 4 + content_.size());
+    out += head;
+    out += "\r\n\r\n";
+    out += content_;
+    return out;
+}
+
+}  // namespace qb

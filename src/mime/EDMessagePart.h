@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "mailkit/MKMimeHeaders.h"
+
+namespace qb {
+
+// A built MIME entity: its header fields and its body, already transfer-encoded. A whole
+// message is a part whose headers also carry the message's own fields.
+class EDMessagePart {
+  public:
+    MKMimeHeaders& headers() { return headers_; }
+    const MKMimeHeaders& headers() const { return headers_; }
+
+    const std::string& contentData() const { return content_; }
+    void setContentData(std::string content) { content_ = std::move(content); }
+
+    // The media type without parameters, lower case ("text/plain"); empty when unset.
+    std::string contentType() const;
+
+    // Appends a field after those already present (a later field of the same name replaces
+    // the earlier value).
+    void addToHeaderFields(std::string_view name, std::string_view fieldBody);
+
+    // The entity as RFC 2822 bytes: header block, blank line, body.
+    std::string transferData() const;
+
+  private:
+    MKMimeHeaders headers_;
+    std::string content_;
+};
+
+using EDMessagePartPtr = std::shared_ptr<EDMessagePart>;
+
+}  // namespace qb

@@ -1,0 +1,188 @@
+#include "mime/FieldCoders.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+
+#include "mailkit/Base64.h"
+
+namespace qb {
+
+namespace {
+
+constexpr size_t kEncodedWordMax = 75;
+constexpr size_t kLongWord = 900;
+constexpr size_t kParameterPiece = 60;
+
+bool isAsciiPrintable(std::string_view s) {
+    for (unsigned char c : s)
+        if (c < 0x20 || c > 0x7E) return false;
+    return true;
+}
+
+std::string withoutControls(std::string_view text) {
+    std::string out(text);
+    for (char& c : out) {
+        const auto u = static_cast<unsigned char>(c);
+        if (u < 0x20 || u == 0x7F) c = ' ';
+    }
+    return out;
+}
+
+bool hasLongWord(std::string_view s) {
+    size_t run = 0;
+    for (char c : s) {
+        run = (c == ' ') ? 0 : run + 1;
+        if (run > kLongWord) return true;
+    }
+    return false;
+}
+
+// Length of the UTF-8 sequence that starts with this byte (1 for stray bytes).
+size_t sequenceLength(unsigned char lead) {
+    if (lead >= 0xF0 && lead < 0xF8) return 4;
+    if (lead >= 0xE0) return lead < 0xF0 ? 3 : 1;
+    if (lead >= 0xC0) return 2;
+    return 1;
+}
+
+// RFC 5322 atext plus the space between words.
+bool isPhraseAtom(std::string_view s) {
+    if (s.empty() || s.front() == ' ' || s.back() == ' ') return false;
+    for (unsigned char c : s) {
+        if (std::isalnum(c) || c == ' ') continue;
+        if (!std::strchr("!#$%&'*+-/=?^_`{|}~", c)) return false;
+    }
+    return s.find("  ") == std::string_view::npos;
+}
+
+bool isDotAtom(std::string_view s) {
+    if (s.empty() || s.front() == '.' || s.back() == '.' || s.find("..") != std::string_view::npos)
+        return false;
+    for (unsigned char c : s) {
+        if (std::isalnum(c) || c == '.') continue;
+        if (!std::strchr("!#$%&'*+-/=?^_`{|}~", c)) return false;
+    }
+    return true;
+}
+
+std::string quotedString(std::string_view s) {
+    std::string out = "\"";
+    for (char c : s) {
+        if (c == '"' || c == '\\') out += '\\';
+        out += c;
+    }
+    out += '"';
+    return out;
+}
+
+std::string phrase(std::string_view name) {
+    const std::string clean = withoutControls(name);
+    if (!isAsciiPrintable(clean)) return encodedWords(clean);
+    if (isPhraseAtom(clean)) return clean;
+    return quotedString(clean);
+}
+
+bool isInternetAddress(std::string_view address) {
+    const size_t at = address.rfind('@');
+    return at != std::string_view::npos && isDotAtom(address.substr(0, at)) &&
+           isDotAtom(address.substr(at + 1));
+}
+
+std::string comment(std::string_view s) {
+    std::string out = "(";
+    for (char c : s) {
+        if (c == '(' || c == ')' || c == '\\') out += '\\';
+        out += c;
+    }
+    out += ')';
+    return out;
+}
+
+}  // namespace
+
+std::string encodedWords(std::string_view utf8) {
+    // "=?utf-8?B?" and "?=" take 12 characters; 45 bytes give 60 Base64 characters.
+    constexpr size_t kChunk = (kEncodedWordMax - 12) / 4 * 3;
+    std::string out;
+    size_t pos = 0;
+    while (pos < utf8.size()) {
+        size_t end = pos;
+        while (end < utf8.size()) {
+            const size_t len = sequenceLength(static_cast<unsigned char>(utf8[end]));
+            if (end + len - pos > kChunk) break;
+            end += len;
+        }
+        if (end == pos) end = std::min(utf8.size(), pos + kChunk);
+        if (!out.empty()) out += ' ';
+        out += "=?utf-8?B?";
+        out += base64EncodedString(utf8.substr(pos, end - pos));
+        out += "?=";
+        pos = end;
+    }
+    return out;
+}
+
+std::string EDTextFieldCoder::fieldBody() const {
+    const std::string clean = withoutControls(text_);
+    if (isAsciiPrintable(clean) && !hasLongWord(clean) && clean.find("=?") == std::string::npos)
+        return clean;
+    return encodedWords(clean);
+}
+
+std::optional<std::string> mailboxFieldBody(const Address& address) {
+    const std::string name = withoutControls(address.displayName().value_or(""));
+    const std::string addr = withoutControls(address.address().value_or(""));
+    const bool exchange = address.type() && *address.type() == "EX";
+    if (!addr.empty() && !exchange && isInternetAddress(addr))
+        return name.empty() ? addr : phrase(name) + " <" + addr + ">";
+    std::string shown = name.empty() ? addr : name;
+    if (shown.empty()) shown = withoutControls(address.email().value_or(""));
+    if (shown.empty()) return std::nullopt;
+    // No Internet address to write (an Exchange X.500 name, or none at all): an empty
+    // group keeps the name, and a comment keeps the address text for whoever reads it.
+    std::string group = phrase(shown);
+    if (!addr.empty() && addr != shown && isAsciiPrintable(addr)) group += " " + comment(addr);
+    // An encoded word needs white space after it.
+    else if (group.back() == '=')
+        group += ' ';
+    return group + ":;";
+}
+
+std::string headerParameter(std::string_view name, std::string_view value) {
+    if (isAsciiPrintable(value) && value.size() <= kParameterPiece &&
+        value.find_first_of("\"\\") == std::string_view::npos)
+        return fmt::format("{}=\"{}\"", name, value);
+
+    // attr-char of RFC 2231: letters, digits and !#$&+-.^_`|~
+    auto escape = [](std::string_view bytes) {
+        std::string out;
+        for (unsigned char c : bytes) {
+            if (std::isalnum(c) || std::strchr("!#$&+-.^_`|~", c))
+                out += static_cast<char>(c);
+            else
+                out += fmt::format("%{:02X}", c);
+        }
+        return out;
+    };
+    std::string out;
+    size_t pos = 0;
+    for (int index = 0; pos < value.size() || index == 0; ++index) {
+        size_t end = pos;
+        // Whole characters only, so every piece is valid UTF-8 on its own.
+        while (end < value.size()) {
+            const size_t len = sequenceLength(static_cast<unsigned char>(value[end]));
+            if (end > pos && end + len - pos > kParameterPiece / 3) break;
+            end += std::min(len, value.size() - end);
+        }
+        if (index) out += "; ";
+        out += fmt::format("{}*{}*={}{}", name, index, index == 0 ? "utf-8''" : "",
+                           escape(value.substr(pos, end - pos)));
+        pos = end;
+    }
+    return out;
+}
+
+}  // namespace qb
