@@ -108,6 +108,31 @@ void enlargeTree(xmlNode* node, double points, int depth) {
     }
 }
 
+// The writer takes its output encoding from the document's own declaration; make sure
+// there is one, and that it says UTF-8.
+void declareUTF8(xmlNode* root) {
+    xmlNode* head = nullptr;
+    for (xmlNode* n = root->children; n; n = n->next)
+        if (n->type == XML_ELEMENT_NODE && xmlStrEqual(n->name, BAD_CAST "head")) head = n;
+    if (!head) {
+        head = xmlNewNode(nullptr, BAD_CAST "head");
+        if (root->children)
+            xmlAddPrevSibling(root->children, head);
+        else
+            xmlAddChild(root, head);
+    }
+    if (!htmlGetMetaEncoding(root->doc)) {
+        xmlNode* meta = xmlNewNode(nullptr, BAD_CAST "meta");
+        xmlNewProp(meta, BAD_CAST "http-equiv", BAD_CAST "Content-Type");
+        xmlNewProp(meta, BAD_CAST "content", BAD_CAST "text/html; charset=UTF-8");
+        if (head->children)
+            xmlAddPrevSibling(head->children, meta);
+        else
+            xmlAddChild(head, meta);
+    }
+    htmlSetMetaEncoding(root->doc, BAD_CAST "UTF-8");
+}
+
 }  // namespace
 
 std::string cssWithFontSizesEnlarged(std::string_view css, double points) {
@@ -185,10 +210,9 @@ std::optional<std::string> htmlWithFontsEnlarged(std::string_view utf8Html, doub
         HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NONET));
     if (!doc || !xmlDocGetRootElement(doc.get())) return std::nullopt;
 
-    enlargeTree(xmlDocGetRootElement(doc.get()), points, 0);
-    htmlSetMetaEncoding(doc.get(), reinterpret_cast<const xmlChar*>("UTF-8"));
-    if (doc->encoding) xmlFree(const_cast<xmlChar*>(doc->encoding));
-    doc->encoding = xmlStrdup(reinterpret_cast<const xmlChar*>("UTF-8"));
+    xmlNode* root = xmlDocGetRootElement(doc.get());
+    enlargeTree(root, points, 0);
+    declareUTF8(root);
 
     xmlChar* mem = nullptr;
     int size = 0;

@@ -9,9 +9,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 #include "platform/Dictionary.h"
+#include "support/EmlReport.h"
 #include "support/MsgWriter.h"
 #include "support/SampleMessages.h"
 #include "support/TNEFWriter.h"
@@ -205,6 +207,87 @@ TEST_F(Quillbox, ReadsMsgFiles) {
     r = run("info --json " + bad);
     EXPECT_EQ(r.status, 1);
     EXPECT_THAT(r.out, HasSubstr("\"domain\":\"OXMessageErrorDomain\""));
+}
+
+// Every file an extraction writes, relative to `root`.
+std::set<std::string> filesUnder(const fs::path& root) {
+    std::set<std::string> out;
+    for (const auto& e : fs::recursive_directory_iterator(root))
+        if (e.is_regular_file()) out.insert(fs::relative(e.path(), root).string());
+    return out;
+}
+
+// Attachment names lose their folders; what is left is made safe for the file system.
+TEST_F(Quillbox, ExtractKeepsHostileNamesInsideTheFolder) {
+    test::TNEFWriter w;
+    w.subject("names").attr(1, 0x800C, 2, "body text");
+    for (const char* name : {"../../x", "/etc/passwd", "a\\b", "ctl\x01name", "same.txt",
+                             "same.txt", "metadata.json", ".."})
+        w.attachment(name, std::string("content of ") + name);
+    const std::string input = write("hostile.dat", w.str());
+    const fs::path out = dir_ / "out";
+
+    RunResult r = run("extract " + input + " -o " + out.string());
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(filesUnder(out),
+              (std::set<std::string>{"hostile/Message.txt", "hostile/metadata.json", "hostile/x",
+                                     "hostile/passwd", "hostile/a_b", "hostile/ctl_name",
+                                     "hostile/same.txt", "hostile/same (2).txt",
+                                     "hostile/metadata (2).json", "hostile/Untitled"}));
+    EXPECT_FALSE(fs::exists(dir_ / "x"));
+    EXPECT_EQ(slurp(out / "hostile" / "same (2).txt"), "content of same.txt");
+    EXPECT_EQ(slurp(out / "hostile" / "metadata (2).json"), "content of metadata.json");
+    EXPECT_EQ(slurp(out / "hostile" / "Message.txt"), "body text");
+    EXPECT_EQ(slurp(out / "hostile" / "passwd"), "content of /etc/passwd");
+    EXPECT_THAT(r.out, HasSubstr((out / "hostile" / "passwd").string() + "\n"));
+    EXPECT_THAT(r.err, HasSubstr("1 done, 0 failed; 10 files"));
+
+    const Dictionary md = Dictionary::parse(slurp(out / "hostile" / "metadata.json"));
+    EXPECT_EQ(md["Subject"], "names");
+    EXPECT_EQ(md["InternalContents"].size(), 9u);
+
+    // Again: nothing is replaced, the new folder is numbered.
+    r = run("extract " + input + " -o " + out.string());
+    EXPECT_EQ(r.status, 0);
+    EXPECT_TRUE(fs::exists(out / "hostile (2)" / "same (2).txt"));
+}
+
+TEST_F(Quillbox, ExtractNestedMessagesAndFailuresAmongFiles) {
+    const std::string bad = write("bad.dat", "not a message");
+    const fs::path out = dir_ / "deep" / "er";
+    RunResult r = run("extract " + sample_ + " " + bad + " -o " + out.string());
+    EXPECT_EQ(r.status, 1);
+    EXPECT_THAT(r.err, HasSubstr("quillbox: " + bad + ": "));
+    EXPECT_THAT(r.err, HasSubstr("1 done, 1 failed;"));
+    const auto files = filesUnder(out);
+    // The embedded message is written as one .eml holding its own attachment.
+    const auto eml = std::find_if(files.begin(), files.end(),
+                                  [](const std::string& f) { return f.ends_with(".eml"); });
+    ASSERT_NE(eml, files.end());
+    const std::string text = slurp(out / *eml);
+    EXPECT_THAT(text, HasSubstr("filename=\"report.csv\""));
+    EXPECT_THAT(text, HasSubstr("Mime-Version: 1.0\r\n"));
+}
+
+TEST_F(Quillbox, EmlIsTheWholeMessage) {
+    const fs::path out = dir_ / "whole.eml";
+    RunResult r = run("eml " + sample_ + " -o " + out.string());
+    ASSERT_EQ(r.status, 0) << r.err;
+    const std::string eml = slurp(out);
+    EXPECT_EQ(run("eml " + sample_).out.size(), eml.size());
+    if (!test::havePythonEmail()) return;
+    auto report = test::pythonEmlReport({eml});
+    ASSERT_TRUE(report);
+    const Dictionary& m = (*report)[0];
+    EXPECT_TRUE(m["defects"].empty()) << m.dump();
+    EXPECT_TRUE(m["headerDefects"].empty()) << m.dump();
+    EXPECT_EQ(m["subject"], "Grüße aus Köln: the Q1 numbers");
+    EXPECT_EQ(m["to"].size() + m["cc"].size(), 3u) << m.dump();
+    EXPECT_GE(m["attachments"].size(), 3u);
+
+    r = run("eml " + write("junk.dat", "junk"));
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, "");
 }
 
 TEST_F(Quillbox, UsageErrorsExitWithTwo) {
