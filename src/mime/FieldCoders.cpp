@@ -104,8 +104,10 @@ std::string comment(std::string_view s) {
 }  // namespace
 
 std::string encodedWords(std::string_view utf8) {
-    // "=?utf-8?B?" and "?=" take 12 characters; 45 bytes give 60 Base64 characters.
-    constexpr size_t kChunk = (kEncodedWordMax - 12) / 4 * 3;
+    // 33 bytes give 44 Base64 characters, a word of 56: short enough that a field name and
+    // the first word share the first line, so folding never leaves the name alone on it.
+    constexpr size_t kChunk = 33;
+    static_assert(12 + kChunk / 3 * 4 <= kEncodedWordMax);
     std::string out;
     size_t pos = 0;
     while (pos < utf8.size()) {

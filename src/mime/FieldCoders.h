@@ -35,7 +35,7 @@ class EDDateFieldCoder {
     Date date_;
 };
 
-// UTF-8 text as "=?utf-8?B?…?=" words of at most 75 characters, joined by spaces, never
+// UTF-8 text as "=?utf-8?B?…?=" words of at most 56 characters, joined by spaces, never
 // cutting a character.
 std::string encodedWords(std::string_view utf8);
 
