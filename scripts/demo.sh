@@ -7,3 +7,7 @@ build/make-samples samples >/dev/null
 set -x
 build/quillbox dump samples/winmail.dat
 build/quillbox info samples/winmail.dat
+out=$(mktemp -d)
+build/quillbox extract samples/winmail.dat -o "$out"
+build/quillbox eml samples/winmail.dat -o "$out/winmail.eml"
+echo "extracted into $out (the whole message as one mail: $out/winmail.eml)"

@@ -36,9 +36,17 @@ class Progress {
         clear();
         line_.clear();
     }
+    // Standard output only shares the screen with the line when it is a terminal too.
+    void clearForOutput() {
+        if (stdoutIsTerminal_) clear();
+    }
+    void redrawForOutput() {
+        if (stdoutIsTerminal_) redraw();
+    }
 
   private:
     bool enabled_;
+    bool stdoutIsTerminal_ = ::isatty(STDOUT_FILENO);
     std::string line_;
 };
 
@@ -85,18 +93,20 @@ bool extractMessage(const OpenedInput& in, const std::string& parent, Progress& 
     bool ok = true;
     auto save = [&](const std::string& name, const Bytes& data) {
         auto path = folder->write(name, data);
-        progress.clear();
         if (!path) {
+            progress.clear();
             reportFailure(in.path,
                           fmt::format("{}/{}: {}", folder->path(), name, std::strerror(errno)));
+            progress.redraw();
             ok = false;
         } else {
+            progress.clearForOutput();
             std::printf("%s\n", path->c_str());
             std::fflush(stdout);
+            progress.redrawForOutput();
             ++totals.files;
             totals.bytes += data.size();
         }
-        progress.redraw();
     };
 
     // First, so that an attachment of the same name is the one that gets numbered.

@@ -19,6 +19,7 @@
 #include "mime/MimeTypes.h"
 #include "platform/Digest.h"
 #include "platform/FileData.h"
+#include "support/Corpus.h"
 #include "support/EmlReport.h"
 #include "support/LogCapture.h"
 #include "tnef/TNEFAttachment.h"
@@ -29,9 +30,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::path corpusDir() {
-    return fs::path(QB_SOURCE_DIR) / ".." / "shared" / "corpus";
-}
+using test::corpusDir;
 
 #define REQUIRE_CORPUS() \
     if (!fs::is_directory(corpusDir())) GTEST_SKIP() << "no corpus at " << corpusDir().string()

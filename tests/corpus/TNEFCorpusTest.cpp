@@ -12,6 +12,7 @@
 #include "platform/Dictionary.h"
 #include "platform/Digest.h"
 #include "platform/FileData.h"
+#include "support/Corpus.h"
 #include "support/LogCapture.h"
 #include "tnef/TNEFAttachment.h"
 #include "tnef/TNEFMessage.h"
@@ -21,9 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::path corpusDir() {
-    return fs::path(QB_SOURCE_DIR) / ".." / "shared" / "corpus";
-}
+using test::corpusDir;
 
 #define REQUIRE_CORPUS()                                         \
     if (!fs::is_directory(corpusDir() / "tnef")) {               \
