@@ -30,7 +30,8 @@ class TNEFMessageExporter : public QBExporter,
     std::shared_ptr<TNEFMessageExporter> parent() const { return parent_.lock(); }
     std::shared_ptr<const OutlookMessage> tnefMessage() const { return message_; }
     const std::optional<std::string>& headerHTMLString() const { return headerHTMLString_; }
-    // The whole MIME message as built (serialised into `data` only for nested messages).
+    // The top-level message as a MIME object (the header block first when one was given);
+    // a nested exporter keeps only the serialised bytes, `data`.
     EDMessagePartPtr mimeMessage() const { return mimeMessage_; }
 
     std::optional<std::string> filename() const override { return filename_; }

@@ -305,6 +305,23 @@ TEST(ExportCorpus, ExtractWritesEveryAttachment) {
             }
         }
     }
+
+    // The embedded messages it wrote as .eml files read without defects too.
+    std::vector<std::string> emls;
+    for (const auto& e : fs::recursive_directory_iterator(out)) {
+        if (e.path().extension() != ".eml") continue;
+        std::ifstream in(e.path(), std::ios::binary);
+        std::stringstream text;
+        text << in.rdbuf();
+        emls.push_back(text.str());
+    }
+    EXPECT_GE(emls.size(), 4u);
+    if (auto report = test::pythonEmlReport(emls)) {
+        for (const auto& r : *report) {
+            EXPECT_TRUE(r["defects"].empty()) << r.dump();
+            EXPECT_TRUE(r["headerDefects"].empty()) << r.dump();
+        }
+    }
     fs::remove_all(out);
     fs::remove(out.string() + ".err");
 }
