@@ -1,6 +1,8 @@
 // Writes the bundled sample message into the folder given on the command line; with
 // "--large N", also a winmail.dat of N attachments of 50 000 bytes and a .msg of N
-// attachments of 100 000 bytes (for measurements).
+// attachments of 100 000 bytes (for measurements); with "--bench", the benchmark's inputs:
+// two sizes each of a large winmail.dat and a large .msg, and a folder of 5 000 small
+// messages.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -34,6 +36,23 @@ int main(int argc, char** argv) {
         const size_t count = std::strtoul(argv[3], nullptr, 10);
         if (!writeFile(dir + "/large-winmail.dat", qb::test::largeWinmail(count, 50000))) return 1;
         if (!writeFile(dir + "/large.msg", qb::test::largeMsg(count, 100000))) return 1;
+    }
+    if (argc > 2 && std::strcmp(argv[2], "--bench") == 0) {
+        using qb::test::largeMsg;
+        using qb::test::largeWinmail;
+        // Doubling attachments and recipients together: time should at most double.
+        if (!writeFile(dir + "/tnef-1000.dat", largeWinmail(1000, 100000, 500)) ||
+            !writeFile(dir + "/tnef-2000.dat", largeWinmail(2000, 100000, 1000)) ||
+            !writeFile(dir + "/msg-500.msg", largeMsg(500, 200000)) ||
+            !writeFile(dir + "/msg-1000.msg", largeMsg(1000, 200000)))
+            return 1;
+        const std::string smallTNEF = qb::test::sampleWinmail();
+        const std::string smallMsg = largeMsg(3, 3000);
+        for (int i = 0; i < 5000; ++i) {
+            const std::string name = dir + "/small/" + std::to_string(i);
+            if (!(i % 2 ? writeFile(name + ".msg", smallMsg) : writeFile(name + ".dat", smallTNEF)))
+                return 1;
+        }
     }
     return 0;
 }

@@ -1,0 +1,69 @@
+#!/usr/bin/env bash
+# Times quillbox on large and many small inputs, with the commands that bound the same work:
+# cp writing the same attachment bytes into files, sha256sum reading the input once.
+# Median of 5 runs (wall clock); peak RSS from /usr/bin/time. Writes bench/results.md.
+#   bench/run.sh [WORKDIR]      (default: a temporary folder, removed at the end)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+QB_EXTRA_PACKAGES="time" scripts/install-deps.sh
+scripts/build.sh build >/dev/null
+
+work=${1:-$(mktemp -d)}
+keep=${1:+yes}
+mkdir -p "$work/in/small"
+[[ -f "$work/in/msg-1000.msg" ]] || build/make-samples "$work/in" --bench >/dev/null
+q=$PWD/build/quillbox
+runs=5
+
+# median_and_rss LABEL INPUT-SIZE COMMAND...: prints one table row.
+rows=()
+measure() {
+    local label=$1 input=$2
+    shift 2
+    local times=() rss=0
+    for ((i = 0; i < runs; i++)); do
+        rm -rf "$work/out"
+        mkdir -p "$work/out"
+        /usr/bin/time -f "%e %M" -o "$work/time" "$@" >/dev/null 2>"$work/err" ||
+            { echo "failed: $*" >&2; cat "$work/err" >&2; exit 1; }
+        read -r t m <"$work/time"
+        times+=("$t")
+        ((m > rss)) && rss=$m
+    done
+    local median
+    median=$(printf '%s\n' "${times[@]}" | sort -n | sed -n "$(((runs + 1) / 2))p")
+    rows+=("| $label | $input | $median | $((rss / 1024)) |")
+    echo "$label $input: ${median}s, $((rss / 1024)) MB" >&2
+}
+
+# What cp does for the same job: the attachments, already split, copied into files.
+split_attachments() {
+    local input=$1 dir=$2
+    rm -rf "$dir" && mkdir -p "$dir"
+    "$q" extract "$input" -o "$dir" >/dev/null 2>&1
+}
+
+for input in tnef-1000.dat tnef-2000.dat msg-500.msg msg-1000.msg; do
+    f="$work/in/$input"
+    size=$(du -m "$f" | cut -f1)
+    measure "quillbox extract" "$input ($size MB)" "$q" extract "$f" -o "$work/out"
+    split_attachments "$f" "$work/split"
+    measure "cp (same attachment files)" "$input" cp -r "$work/split" "$work/out/"
+    measure "quillbox info --json" "$input" "$q" info --json "$f"
+    measure "sha256sum" "$input" sha256sum "$f"
+done
+measure "quillbox extract" "5000 small files" sh -c "'$q' extract '$work'/in/small/* -o '$work/out'"
+measure "quillbox info --json" "5000 small files" sh -c "'$q' info --json '$work'/in/small/*"
+
+{
+    echo "# Benchmark results"
+    echo
+    echo "Machine: $(nproc) cores, $(awk '/MemTotal/ {printf "%d GiB", $2/1048576}' /proc/meminfo);" \
+         "$(date -u +%Y-%m-%d). Median of $runs runs, wall clock; peak RSS includes mapped pages."
+    echo
+    echo "| command | input | median s | peak RSS MB |"
+    echo "|---|---|---|---|"
+    printf '%s\n' "${rows[@]}"
+} >bench/results.md
+cat bench/results.md
+[[ -n "$keep" ]] || rm -rf "$work"
