@@ -6,6 +6,7 @@
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstdlib>
@@ -66,7 +67,9 @@ std::optional<double> fontElementPoints(std::string size) {
         size.pop_back();
     if (size.empty()) return std::nullopt;
     char* end = nullptr;
-    const long n = std::strtol(size.c_str(), &end, 10);
+    // Anything beyond 1…7 (or ±7) lands on the nearest size; clamped first so "+9…9"
+    // cannot overflow.
+    const long n = std::clamp(std::strtol(size.c_str(), &end, 10), -16L, 16L);
     if (*end != '\0') return std::nullopt;
     long index = (size[0] == '+' || size[0] == '-') ? 3 + n : n;
     index = std::clamp(index, 1L, 7L);

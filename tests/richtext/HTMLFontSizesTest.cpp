@@ -30,6 +30,14 @@ TEST(HTMLFontSizes, DocumentsAreReadTolerantly) {
     EXPECT_NE(html->find("td{font-size:11pt}"), std::string::npos) << *html;
     EXPECT_NE(html->find("font-size: 20pt"), std::string::npos) << *html;
     EXPECT_NE(html->find("unclosed"), std::string::npos);
+    // Sizes out of range land on the largest or smallest; no overflow on the way.
+    auto huge = htmlWithFontsEnlarged(
+        "<font size='+9223372036854775807'>a</font>"
+        "<font size='-99999999999999999999'>b</font>",
+        2.0);
+    ASSERT_TRUE(huge);
+    EXPECT_NE(huge->find("font-size: 38pt"), std::string::npos) << *huge;
+    EXPECT_NE(huge->find("font-size: 9.5pt"), std::string::npos) << *huge;
     // Deep nesting and binary junk come back as some document, never a crash.
     std::string deep;
     for (int i = 0; i < 5000; ++i)
