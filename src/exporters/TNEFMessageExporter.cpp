@@ -154,7 +154,7 @@ void TNEFMessageExporter::build(const std::shared_ptr<TNEFMessageExporter>& pare
     }
 
     if (isNestedMessage_) {
-        data_ = Bytes::fromString(mime->transferData());
+        data_ = Bytes::adoptString(mime->transferData());
     } else {
         mimeMessage_ = std::move(mime);
     }

@@ -1,6 +1,6 @@
 #include "mime/TransferEncoding.h"
 
-#include "mailkit/Base64.h"
+#include <cstdint>
 
 namespace qb {
 
@@ -31,12 +31,28 @@ bool lineEndsClean(std::string_view bytes, bool asciiOnly) {
 }  // namespace
 
 std::string base64Body(std::string_view bytes) {
-    const std::string flat = base64EncodedString(bytes);
+    static constexpr char kAlphabet[] =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    // Written straight into lines: attachments can be hundreds of megabytes.
+    constexpr size_t kGroupsPerLine = kBase64Line / 4;
+    const size_t groups = (bytes.size() + 2) / 3;
     std::string out;
-    out.reserve(flat.size() + flat.size() / kBase64Line * 2 + 2);
-    for (size_t pos = 0; pos < flat.size(); pos += kBase64Line) {
-        if (pos) out += "\r\n";
-        out.append(flat, pos, kBase64Line);
+    out.resize(groups * 4 + (groups ? (groups - 1) / kGroupsPerLine * 2 : 0));
+    char* o = out.data();
+    const auto* in = reinterpret_cast<const unsigned char*>(bytes.data());
+    for (size_t g = 0; g < groups; ++g) {
+        if (g && g % kGroupsPerLine == 0) {
+            *o++ = '\r';
+            *o++ = '\n';
+        }
+        const size_t i = g * 3;
+        const size_t left = bytes.size() - i;
+        const uint32_t v = (uint32_t(in[i]) << 16) | (left > 1 ? uint32_t(in[i + 1]) << 8 : 0) |
+                           (left > 2 ? uint32_t(in[i + 2]) : 0);
+        *o++ = kAlphabet[(v >> 18) & 63];
+        *o++ = kAlphabet[(v >> 12) & 63];
+        *o++ = left > 1 ? kAlphabet[(v >> 6) & 63] : '=';
+        *o++ = left > 2 ? kAlphabet[v & 63] : '=';
     }
     return out;
 }

@@ -11,6 +11,15 @@ Bytes Bytes::copy(const void* data, size_t size) {
     return adopt(std::move(buffer));
 }
 
+Bytes Bytes::adoptString(std::string&& text) {
+    auto owner = std::make_shared<const std::string>(std::move(text));
+    Bytes b;
+    b.data_ = reinterpret_cast<const uint8_t*>(owner->data());
+    b.size_ = owner->size();
+    b.owner_ = std::move(owner);
+    return b;
+}
+
 Bytes Bytes::adopt(std::vector<uint8_t>&& buffer) {
     auto owner = std::make_shared<const std::vector<uint8_t>>(std::move(buffer));
     Bytes b;

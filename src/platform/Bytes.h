@@ -19,6 +19,8 @@ class Bytes {
 
     static Bytes copy(const void* data, size_t size);
     static Bytes adopt(std::vector<uint8_t>&& buffer);
+    // Takes the string's buffer over, without copying it.
+    static Bytes adoptString(std::string&& text);
     static Bytes fromString(std::string_view text) { return copy(text.data(), text.size()); }
     // Wraps memory that `owner` keeps alive (a mapping, a foreign buffer).
     static Bytes wrap(std::shared_ptr<const void> owner, const uint8_t* data, size_t size);
