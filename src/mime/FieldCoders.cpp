@@ -48,12 +48,17 @@ size_t sequenceLength(unsigned char lead) {
     return 1;
 }
 
+// The non-alphanumeric characters of RFC 5322 atext (strchr alone would also match NUL).
+bool isAtextSpecial(unsigned char c) {
+    return c != 0 && std::strchr("!#$%&'*+-/=?^_`{|}~", c);
+}
+
 // RFC 5322 atext plus the space between words.
 bool isPhraseAtom(std::string_view s) {
     if (s.empty() || s.front() == ' ' || s.back() == ' ') return false;
     for (unsigned char c : s) {
         if (std::isalnum(c) || c == ' ') continue;
-        if (!std::strchr("!#$%&'*+-/=?^_`{|}~", c)) return false;
+        if (!isAtextSpecial(c)) return false;
     }
     return s.find("  ") == std::string_view::npos;
 }
@@ -63,7 +68,7 @@ bool isDotAtom(std::string_view s) {
         return false;
     for (unsigned char c : s) {
         if (std::isalnum(c) || c == '.') continue;
-        if (!std::strchr("!#$%&'*+-/=?^_`{|}~", c)) return false;
+        if (!isAtextSpecial(c)) return false;
     }
     return true;
 }
@@ -162,7 +167,7 @@ std::string headerParameter(std::string_view name, std::string_view value) {
     auto escape = [](std::string_view bytes) {
         std::string out;
         for (unsigned char c : bytes) {
-            if (std::isalnum(c) || std::strchr("!#$&+-.^_`|~", c))
+            if (std::isalnum(c) || (c != 0 && std::strchr("!#$&+-.^_`|~", c)))
                 out += static_cast<char>(c);
             else
                 out += fmt::format("%{:02X}", c);

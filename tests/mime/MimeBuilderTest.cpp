@@ -156,6 +156,7 @@ TEST(FieldCoders, AddressesSubjectsDatesAndParameters) {
     EXPECT_EQ(headerParameter("filename", "\xC3\xA9t\xC3\xA9.txt"),
               "filename*0*=utf-8''%C3%A9t%C3%A9.txt");
     EXPECT_EQ(headerParameter("name", "a\"b"), "name*0*=utf-8''a%22b");
+    EXPECT_EQ(headerParameter("name", std::string("a\0b", 3)), "name*0*=utf-8''a%00b");
     const std::string longName = headerParameter("filename", std::string(70, 'x') + ".txt");
     EXPECT_NE(longName.find("; filename*1*="), std::string::npos) << longName;
 
