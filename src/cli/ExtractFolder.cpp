@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "exporters/SafeFilename.h"
@@ -49,13 +50,17 @@ std::optional<ExtractFolder> ExtractFolder::create(const std::string& parent,
 
 std::optional<std::string> ExtractFolder::write(const std::string& name, const Bytes& data) {
     const std::string safe = safeFilename(name, "Untitled");
-    for (unsigned n = 1; n <= kMaxNumbered; ++n) {
+    // Numbering resumes where it stopped for this name: a thousand "image001.png" cost a
+    // thousand tries, not half a million.
+    unsigned& next = nextNumber_[safe];
+    for (unsigned n = std::max(next, 1u); n <= kMaxNumbered; ++n) {
         const std::string path = joinPath(path_, numberedFilename(safe, n));
         const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (fd < 0) {
             if (errno == EEXIST) continue;
             return std::nullopt;
         }
+        next = n + 1;
         const bool ok = writeAll(fd, data);
         const int savedErrno = errno;
         if (::close(fd) != 0 || !ok) {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <map>
 #include <optional>
-#include <set>
 #include <string>
 
 #include "platform/Bytes.h"
@@ -24,6 +24,7 @@ class ExtractFolder {
   private:
     explicit ExtractFolder(std::string path) : path_(std::move(path)) {}
     std::string path_;
+    std::map<std::string, unsigned> nextNumber_;
 };
 
 }  // namespace qb::cli

@@ -252,6 +252,20 @@ TEST_F(Quillbox, ExtractKeepsHostileNamesInsideTheFolder) {
     EXPECT_TRUE(fs::exists(out / "hostile (2)" / "same (2).txt"));
 }
 
+TEST_F(Quillbox, ExtractNumbersManyEqualNames) {
+    test::TNEFWriter w;
+    for (int i = 0; i < 300; ++i)
+        w.attachment("image001.png", std::to_string(i));
+    w.attachment("image001 (7).png", "taken");
+    const fs::path out = dir_ / "out";
+    RunResult r = run("extract " + write("many.dat", w.str()) + " -o " + out.string());
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(filesUnder(out).size(), 302u);
+    EXPECT_EQ(slurp(out / "many" / "image001 (300).png"), "299");
+    EXPECT_EQ(slurp(out / "many" / "image001 (7).png"), "6");
+    EXPECT_EQ(slurp(out / "many" / "image001 (7) (2).png"), "taken");
+}
+
 TEST_F(Quillbox, ExtractNestedMessagesAndFailuresAmongFiles) {
     const std::string bad = write("bad.dat", "not a message");
     const fs::path out = dir_ / "deep" / "er";
