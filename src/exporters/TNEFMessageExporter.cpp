@@ -3,6 +3,7 @@
 #include "exporters/AttachmentExporter.h"
 #include "exporters/HTMLExporter.h"
 #include "exporters/PlainTextExporter.h"
+#include "exporters/RTFExporter.h"
 #include "mime/ContentCoders.h"
 #include "mime/FieldCoders.h"
 #include "mime/MimeConstants.h"
@@ -84,7 +85,19 @@ void TNEFMessageExporter::build(const std::shared_ptr<TNEFMessageExporter>& pare
         texts.push_back(plain);
         if (isNestedMessage_) alternatives.push_back(plain->messagePart());
     }
-    if (auto html = HTMLExporter::create(message_)) {
+    // An RTF body takes the place of an HTML body; when it could only give pictures, they
+    // come first among the attachments and the body is not listed.
+    auto rtf = RTFExporter::create(message_);
+    if (rtf && !rtf->embbedImageAttachments().empty()) {
+        for (const auto& picture : rtf->embbedImageAttachments()) {
+            if (isNestedMessage_) parts.push_back(picture->messagePart());
+            attachments.push_back(picture);
+        }
+    } else if (rtf) {
+        texts.push_back(rtf);
+        if (isNestedMessage_) alternatives.push_back(rtf->messagePart());
+    }
+    if (auto html = rtf ? nullptr : HTMLExporter::create(message_)) {
         texts.push_back(html);
         if (isNestedMessage_) alternatives.push_back(html->messagePart());
     }

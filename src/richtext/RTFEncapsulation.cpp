@@ -1,0 +1,279 @@
+// Recovering the HTML or plain text that rich text encapsulates.
+#include "richtext/RTFEncapsulation.h"
+
+#include <array>
+#include <vector>
+
+#include "richtext/RTFFontTable.h"
+#include "richtext/RTFTextDecoder.h"
+#include "richtext/RTFTokenizer.h"
+
+namespace qb {
+
+namespace {
+
+// The marker belongs to the header: it comes before the first group inside the document.
+constexpr size_t kHeaderTokens = 64;
+constexpr size_t kMaxGroupDepth = 512;
+
+enum class Destination : uint8_t { Content, Skip, FontTable, Tag };
+
+struct GroupState {
+    Destination destination = Destination::Content;
+    bool suppressed = false;  // inside \htmlrtf … \htmlrtf0
+    int32_t font = -1;
+    int32_t unicodeSkip = 1;
+};
+
+class Decapsulator {
+  public:
+    explicit Decapsulator(std::string_view rtf) : tokens_(rtf) {}
+
+    std::optional<std::string> run() {
+        for (RTFToken t = tokens_.next(); t.kind != RTFToken::Kind::End; t = tokens_.next()) {
+            switch (t.kind) {
+                case RTFToken::Kind::GroupStart: groupStart(); break;
+                case RTFToken::Kind::GroupEnd:
+                    groupEnd();
+                    if (stack_.empty()) return finish();
+                    break;
+                case RTFToken::Kind::ControlWord: controlWord(t); break;
+                case RTFToken::Kind::ControlSymbol: controlSymbol(t); break;
+                case RTFToken::Kind::HexByte:
+                    if (skipSubstitute(1)) break;
+                    if (state_.destination == Destination::FontTable)
+                        fonts_.hexByte(t.byte);
+                    else if (emits())
+                        out_.addByte(t.byte);
+                    break;
+                case RTFToken::Kind::Text: text(t.text); break;
+                case RTFToken::Kind::Binary:
+                case RTFToken::Kind::End: break;
+            }
+        }
+        return finish();
+    }
+
+  private:
+    std::optional<std::string> finish() {
+        std::string s = out_.take();
+        if (s.empty()) return std::nullopt;
+        return s;
+    }
+
+    bool emits() const {
+        if (state_.destination == Destination::Tag) return true;
+        return state_.destination == Destination::Content && !state_.suppressed;
+    }
+
+    size_t skipSubstitute(size_t n) {
+        const size_t s = n < pendingSkip_ ? n : pendingSkip_;
+        pendingSkip_ -= s;
+        return s;
+    }
+
+    void groupStart() {
+        pendingSkip_ = 0;
+        if (stack_.size() >= kMaxGroupDepth) {
+            skipGroup();
+            return;
+        }
+        stack_.push_back(state_);
+        groupJustOpened_ = true;
+        starred_ = false;
+    }
+
+    void groupEnd() {
+        pendingSkip_ = 0;
+        groupJustOpened_ = starred_ = false;
+        if (stack_.empty()) return;
+        const GroupState closing = state_;
+        state_ = stack_.back();
+        stack_.pop_back();
+        if (closing.destination == Destination::FontTable) fonts_.endFont();
+        if (closing.destination == Destination::Tag && state_.destination != Destination::Tag)
+            justClosedTag_ = closingTag_;
+        applyCodePage();
+    }
+
+    void skipGroup() {
+        size_t depth = 1;
+        for (RTFToken t = tokens_.next(); t.kind != RTFToken::Kind::End; t = tokens_.next()) {
+            if (t.kind == RTFToken::Kind::GroupStart) ++depth;
+            if (t.kind == RTFToken::Kind::GroupEnd && --depth == 0) return;
+        }
+    }
+
+    // Leaves the group just opened without reading it.
+    void dropGroup() {
+        state_ = stack_.back();
+        stack_.pop_back();
+        skipGroup();
+    }
+
+    void applyCodePage() {
+        out_.setCodePage(fonts_.codePageOf(state_.font >= 0 ? state_.font : defaultFont_,
+                                           ansiCodePage_));
+    }
+
+    void text(std::string_view t) {
+        t.remove_prefix(skipSubstitute(t.size()));
+        if (t.empty()) return;
+        if (state_.destination == Destination::FontTable) {
+            fonts_.text(t);
+            return;
+        }
+        if (!emits()) return;
+        justClosedTag_.reset();
+        out_.addBytes(t);
+    }
+
+    void controlSymbol(const RTFToken& t) {
+        const char c = t.word.empty() ? '\0' : t.word[0];
+        if (c == '*') {
+            starred_ = true;
+            return;
+        }
+        if (skipSubstitute(1) || !emits()) return;
+        switch (c) {
+            case '\\':
+            case '{':
+            case '}': out_.addBytes(t.word); break;
+            case '~': out_.addUnicode(0xA0); break;
+            case '_': out_.addUnicode(0x2011); break;
+            default: break;
+        }
+    }
+
+    // The first word of a group decides what the group is.
+    bool destination(const RTFToken& t, bool starred) {
+        const std::string_view w = t.word;
+        if (w == "htmltag" || w == "mhtmltag") {
+            const int32_t n = t.param.value_or(-1);
+            // A tag rewritten for MIME (its URLs the cid: references of the attachments)
+            // stands in for the plain tag of the same number that follows it.
+            if (w == "htmltag" && justClosedTag_ && justClosedTag_->mhtml &&
+                justClosedTag_->number == n) {
+                justClosedTag_.reset();
+                dropGroup();
+                return true;
+            }
+            justClosedTag_.reset();
+            closingTag_ = ClosedTag{w == "mhtmltag", n};
+            state_.destination = Destination::Tag;
+            return true;
+        }
+        if (w == "fonttbl") {
+            state_.destination = Destination::FontTable;
+            return true;
+        }
+        static constexpr std::array<std::string_view, 22> kSkipped{
+            "colortbl", "stylesheet", "info", "pict", "fldinst", "header", "footer",
+            "listtable", "listoverridetable", "rsidtbl", "generator", "xmlnstbl",
+            "themedata", "colorschememapping", "latentstyles", "datastore", "pntext",
+            "listtext", "object", "nonshppict", "headerl", "headerr"};
+        bool skip = starred;
+        for (auto s : kSkipped)
+            if (w == s) skip = true;
+        if (!skip) return false;
+        dropGroup();
+        return true;
+    }
+
+    void controlWord(const RTFToken& t) {
+        const std::string_view w = t.word;
+        const int32_t p = t.param.value_or(0);
+        if (groupJustOpened_ || starred_) {
+            const bool starred = starred_;
+            groupJustOpened_ = starred_ = false;
+            if (destination(t, starred)) return;
+        }
+        pendingSkip_ = 0;
+        if (state_.destination == Destination::FontTable) {
+            fonts_.controlWord(w, p, ansiCodePage_);
+            return;
+        }
+        if (w == "htmlrtf") {
+            state_.suppressed = !t.param || *t.param != 0;
+        } else if (w == "f") {
+            state_.font = p;
+            applyCodePage();
+        } else if (w == "ansicpg") {
+            if (p > 0) ansiCodePage_ = static_cast<uint32_t>(p);
+            applyCodePage();
+        } else if (w == "deff") {
+            defaultFont_ = p;
+            applyCodePage();
+        } else if (w == "uc") {
+            state_.unicodeSkip = p < 0 ? 0 : (p > 16 ? 16 : p);
+        } else if (w == "u") {
+            if (emits()) out_.addUnicode(p);
+            pendingSkip_ = static_cast<size_t>(state_.unicodeSkip);
+        } else if (emits()) {
+            struct Special {
+                std::string_view word;
+                char32_t cp;
+            };
+            static constexpr std::array<Special, 9> kSpecials{{{"emdash", 0x2014},
+                                                               {"endash", 0x2013},
+                                                               {"bullet", 0x2022},
+                                                               {"lquote", 0x2018},
+                                                               {"rquote", 0x2019},
+                                                               {"ldblquote", 0x201C},
+                                                               {"rdblquote", 0x201D},
+                                                               {"tab", '\t'},
+                                                               {"emspace", 0x2003}}};
+            if (w == "par" || w == "line") {
+                out_.addBytes("\r\n");
+                justClosedTag_.reset();
+                return;
+            }
+            for (const auto& s : kSpecials)
+                if (w == s.word) {
+                    out_.addUnicode(static_cast<int32_t>(s.cp));
+                    justClosedTag_.reset();
+                }
+        }
+    }
+
+    struct ClosedTag {
+        bool mhtml;
+        int32_t number;
+    };
+
+    RTFTokenizer tokens_;
+    std::vector<GroupState> stack_;
+    GroupState state_;
+    bool groupJustOpened_ = false, starred_ = false;
+    size_t pendingSkip_ = 0;
+    RTFFontTable fonts_;
+    uint32_t ansiCodePage_ = 1252;
+    int32_t defaultFont_ = 0;
+    RTFTextDecoder out_;
+    ClosedTag closingTag_{false, -1};
+    std::optional<ClosedTag> justClosedTag_;
+};
+
+}  // namespace
+
+RTFEncapsulation encapsulationOfRTF(std::string_view rtf) {
+    RTFTokenizer tokens(rtf);
+    int depth = 0;
+    for (size_t i = 0; i < kHeaderTokens; ++i) {
+        const RTFToken t = tokens.next();
+        if (t.kind == RTFToken::Kind::End) break;
+        if (t.kind == RTFToken::Kind::GroupStart && ++depth > 1) break;
+        if (t.kind == RTFToken::Kind::GroupEnd || t.kind == RTFToken::Kind::Text) break;
+        if (t.kind != RTFToken::Kind::ControlWord) continue;
+        if (t.word == "fromhtml" && t.param.value_or(0) == 1) return RTFEncapsulation::HTML;
+        if (t.word == "fromtext") return RTFEncapsulation::Text;
+    }
+    return RTFEncapsulation::None;
+}
+
+std::optional<std::string> decapsulateRTF(std::string_view rtf) {
+    if (encapsulationOfRTF(rtf) == RTFEncapsulation::None) return std::nullopt;
+    return Decapsulator(rtf).run();
+}
+
+}  // namespace qb

@@ -1,0 +1,143 @@
+// Rich-text characters: charsets to code pages, 8-bit text decoding and \uN values.
+#include "richtext/RTFTextDecoder.h"
+
+#include "mailkit/Unicode.h"
+#include "platform/StringEncoding.h"
+
+namespace qb {
+
+std::optional<uint32_t> codePageForRTFCharset(int32_t charset) {
+    switch (charset) {
+        case 0: return 1252;
+        case 2: return kSymbolCodePage;
+        case 77: return 10000;
+        case 78: return 10001;
+        case 79: return 10003;
+        case 80: return 10008;
+        case 81: return 10002;
+        case 128: return 932;
+        case 129: return 949;
+        case 130: return 1361;
+        case 134: return 936;
+        case 136: return 950;
+        case 161: return 1253;
+        case 162: return 1254;
+        case 163: return 1258;
+        case 177: return 1255;
+        case 178: return 1256;
+        case 186: return 1257;
+        case 204: return 1251;
+        case 222: return 874;
+        case 238: return 1250;
+        case 254: return 437;
+        case 255: return 850;
+        default: return std::nullopt;
+    }
+}
+
+namespace {
+
+// Symbol fonts draw their own pictures; the few that stand for common marks are mapped, the
+// rest read as the Western code page would.
+std::string decodeSymbolBytes(std::string_view bytes) {
+    std::string out;
+    for (unsigned char c : bytes) {
+        if (c < 0x80) {
+            out += static_cast<char>(c);
+        } else if (c == 0xB7) {
+            appendUTF8(out, 0x2022);
+        } else if (c == 0xA7) {
+            appendUTF8(out, 0x25AA);
+        } else if (c == 0xD8) {
+            appendUTF8(out, 0x27A2);
+        } else {
+            const char b = static_cast<char>(c);
+            out += decodeString(std::string_view(&b, 1), kWindowsCP1252Encoding).value_or("");
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+void RTFTextDecoder::setCodePage(uint32_t codePage) {
+    if (codePage == codePage_) return;
+    flushBytes();
+    codePage_ = codePage;
+}
+
+void RTFTextDecoder::addBytes(std::string_view bytes) {
+    if (highSurrogate_) {
+        appendUTF8(text_, 0xFFFD);
+        highSurrogate_ = 0;
+    }
+    bytes_.append(bytes);
+}
+
+void RTFTextDecoder::addByte(uint8_t byte) {
+    const char c = static_cast<char>(byte);
+    addBytes(std::string_view(&c, 1));
+}
+
+void RTFTextDecoder::addUTF8(std::string_view text) {
+    flushBytes();
+    if (highSurrogate_) {
+        appendUTF8(text_, 0xFFFD);
+        highSurrogate_ = 0;
+    }
+    text_.append(text);
+}
+
+void RTFTextDecoder::addUnicode(int32_t value) {
+    flushBytes();
+    const uint32_t unit = value < 0 ? static_cast<uint32_t>(value + 65536) : static_cast<uint32_t>(value);
+    if (unit >= 0xD800 && unit <= 0xDBFF) {
+        if (highSurrogate_) appendUTF8(text_, 0xFFFD);
+        highSurrogate_ = static_cast<uint16_t>(unit);
+        return;
+    }
+    if (unit >= 0xDC00 && unit <= 0xDFFF) {
+        if (highSurrogate_) {
+            appendUTF8(text_, 0x10000 + ((char32_t(highSurrogate_) - 0xD800) << 10) + (unit - 0xDC00));
+            highSurrogate_ = 0;
+        } else {
+            appendUTF8(text_, 0xFFFD);
+        }
+        return;
+    }
+    if (highSurrogate_) {
+        appendUTF8(text_, 0xFFFD);
+        highSurrogate_ = 0;
+    }
+    appendUTF8(text_, unit);
+}
+
+void RTFTextDecoder::flushBytes() {
+    if (bytes_.empty()) return;
+    if (isASCII(bytes_)) {
+        text_ += bytes_;
+    } else if (codePage_ == 65001 && !isValidUTF8(bytes_)) {
+        // Writers that say UTF-8 but store Western bytes.
+        text_ += decodeString(std::string_view(bytes_), kWindowsCP1252Encoding).value_or("");
+    } else if (codePage_ == kSymbolCodePage) {
+        text_ += decodeSymbolBytes(bytes_);
+    } else {
+        StringEncoding e = encodingForWindowsCodePage(codePage_);
+        if (!isKnownEncoding(e)) e = kWindowsCP1252Encoding;
+        text_ += decodeString(std::string_view(bytes_), e, true).value_or("");
+    }
+    bytes_.clear();
+}
+
+std::string RTFTextDecoder::take() {
+    flushBytes();
+    if (highSurrogate_) {
+        appendUTF8(text_, 0xFFFD);
+        highSurrogate_ = 0;
+    }
+    std::string out;
+    out.swap(text_);
+    return out;
+}
+
+}  // namespace qb
