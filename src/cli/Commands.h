@@ -11,7 +11,9 @@ namespace qb::cli {
 // Each command returns the process exit status: 0 when every file was handled, 1 when any
 // failed.
 int runDump(const std::vector<std::string>& files);
-int runRTF(const std::string& file, const std::optional<std::string>& output);
+// The RTF body as it is stored (decompressed), as the HTML page extract writes, or as text.
+enum class RTFBodyForm { RTF, HTML, Text };
+int runRTF(const std::string& file, const std::optional<std::string>& output, RTFBodyForm form);
 int runInfo(const std::vector<std::string>& files, bool json);
 // Every export of each message into a folder of its own inside `outDir` (default ".").
 int runExtract(const std::vector<std::string>& files, const std::optional<std::string>& outDir);

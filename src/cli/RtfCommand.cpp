@@ -5,14 +5,37 @@
 #include "cli/Commands.h"
 #include "cli/MessageInput.h"
 #include "cli/OutputFile.h"
+#include "exporters/RTFExporter.h"
 #include "model/CompressedRTF.h"
 #include "model/MAPIArray.h"
 #include "model/PropertyTags.h"
 #include "platform/ByteReader.h"
+#include "richtext/RTFEncapsulation.h"
+#include "richtext/RTFReader.h"
 
 namespace qb::cli {
 
-int runRTF(const std::string& file, const std::optional<std::string>& output) {
+namespace {
+
+// The body in the form asked for: the RTF itself, the page extract writes, or its text.
+std::optional<Bytes> bodyAs(RTFBodyForm form, const std::shared_ptr<const OutlookMessage>& message,
+                            const Bytes& rtf) {
+    if (form == RTFBodyForm::RTF) return rtf;
+    if (form == RTFBodyForm::HTML) {
+        auto exporter = RTFExporter::create(message);
+        if (!exporter || exporter->mimeType() != "text/html") return std::nullopt;
+        return exporter->data();
+    }
+    if (encapsulationOfRTF(rtf.view()) == RTFEncapsulation::Text)
+        if (auto text = decapsulateRTF(rtf.view())) return Bytes::adoptString(std::move(*text));
+    auto styled = readRTF(rtf);
+    if (!styled) return std::nullopt;
+    return Bytes::adoptString(styled->plainText());
+}
+
+}  // namespace
+
+int runRTF(const std::string& file, const std::optional<std::string>& output, RTFBodyForm form) {
     OpenedInput in = openInput(file);
     if (!in.message) {
         reportFailure(file, in.error.value_or("cannot be read"));
@@ -35,7 +58,13 @@ int runRTF(const std::string& file, const std::optional<std::string>& output) {
             *ByteReader::u32le(*stream, 12))
             reportFailure(file, "warning: the RTF body's checksum does not match its content");
     }
-    if (!writeOutput(output, *rtf, file)) return 1;
+    auto body = bodyAs(form, in.message, *rtf);
+    if (!body) {
+        reportFailure(file, form == RTFBodyForm::HTML ? "the RTF body could not be made into HTML"
+                                                      : "the RTF body holds no readable text");
+        return 1;
+    }
+    if (!writeOutput(output, *body, file)) return 1;
     return in.error ? 1 : 0;
 }
 

@@ -40,6 +40,10 @@ int main(int argc, char** argv) {
     std::string rtfFile;
     rtf->add_option("FILE", rtfFile, "input file (- for standard input)")->required();
     rtf->add_option("-o,--output", output, "output file (default: standard output)");
+    bool rtfHTML = false, rtfText = false;
+    rtf->add_flag("--html", rtfHTML, "the body as HTML: the sender's HTML when the RTF carries it");
+    rtf->add_flag("--text", rtfText, "the body as plain text");
+    rtf->get_option("--html")->excludes("--text");
 
     auto* info = app.add_subcommand(
         "info", "Summarise each message: class, subject, people, bodies, attachments");
@@ -65,7 +69,11 @@ int main(int argc, char** argv) {
         return code == 0 ? 0 : 2;
     }
     if (*dump) return qb::cli::runDump(files);
-    if (*rtf) return qb::cli::runRTF(rtfFile, output);
+    if (*rtf)
+        return qb::cli::runRTF(rtfFile, output,
+                               rtfHTML   ? qb::cli::RTFBodyForm::HTML
+                               : rtfText ? qb::cli::RTFBodyForm::Text
+                                         : qb::cli::RTFBodyForm::RTF);
     if (*info) return qb::cli::runInfo(files, json);
     if (*extract) return qb::cli::runExtract(files, output);
     if (*eml) return qb::cli::runEml(emlFile, output);

@@ -50,9 +50,12 @@ void RTFExporter::parseRTF(const Bytes& rtf) {
             filename_ = "Message.html";
             mimeType_ = "text/html";
         } else {
-            data_ = Bytes::adoptString(std::move(*original));
-            filename_ = "Message.txt";
-            mimeType_ = "text/plain";
+            // Text written as a page, in the size the other bodies are shown.
+            auto styled = StyledText::fromPlainText(*original, kDefaultFontPoints + kHTMLExportFontStep);
+            attributedString_ = std::make_shared<const StyledText>(std::move(styled));
+            data_ = htmlDataOfString(*attributedString_);
+            filename_ = "Message.html";
+            mimeType_ = "text/html";
         }
         return;
     }

@@ -31,7 +31,7 @@ class RTFExporter : public QBExporter {
     void setFilename(std::optional<std::string> name) override { filename_ = std::move(name); }
     std::optional<Bytes> data() const override { return data_; }
     EDMessagePartPtr messagePart() const override;
-    // "text/html", "text/rtf", or "text/plain" for text an RTF body encapsulated.
+    // "text/html", or "text/rtf" when no HTML could be made.
     std::optional<std::string> mimeType() const override { return mimeType_; }
     void setMimeType(std::string type) { mimeType_ = std::move(type); }
     Dictionary metadata() const override;

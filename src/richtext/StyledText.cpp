@@ -58,4 +58,23 @@ std::string StyledText::plainText() const {
     return out;
 }
 
+StyledText StyledText::fromPlainText(std::string_view text, double pointSize) {
+    StyledText out;
+    CharAttributes attributes;
+    attributes.pointSize = pointSize;
+    size_t start = 0;
+    while (start <= text.size()) {
+        size_t end = text.find_first_of("\r\n", start);
+        if (end == std::string_view::npos) end = text.size();
+        Paragraph p;
+        p.markAttributes = attributes;
+        if (end > start) p.runs.push_back(TextRun{std::string(text.substr(start, end - start)), std::nullopt, attributes});
+        if (end == text.size() && p.runs.empty()) break;  // no empty paragraph after the last line end
+        out.blocks_.push_back(Block{false, std::move(p), {}});
+        if (end < text.size() && text[end] == '\r' && end + 1 < text.size() && text[end + 1] == '\n') ++end;
+        start = end + 1;
+    }
+    return out;
+}
+
 }  // namespace qb

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/Bytes.h"
@@ -99,6 +100,9 @@ class StyledText {
 
     // The text alone: paragraphs and table rows end with "\n", cells with "\t".
     std::string plainText() const;
+
+    // Plain text as styled text: one paragraph per line (CR LF, CR or LF), in `pointSize`.
+    static StyledText fromPlainText(std::string_view text, double pointSize);
 
   private:
     std::vector<Block> blocks_;
