@@ -153,12 +153,17 @@ StyledText Reader::read() {
         }
         if (stack_.empty() && t.kind == RTFToken::Kind::GroupEnd) break;  // the document's end
     }
-    // Cut-off input: close what is open, keeping what was read.
+    // Cut-off input: what was read is kept, a cell or paragraph in progress included.
+    flushText();
+    if (!paragraph_.runs.empty() || !paragraph_.attributes.listMarker.empty()) {
+        if (state_.inTable)
+            finishCell();
+        else
+            finishParagraph();
+    }
+    if (!cell_.paragraphs.empty() || !row_.cells.empty()) finishRow();
     while (!stack_.empty())
         onGroupEnd();
-    flushText();
-    if (!paragraph_.runs.empty() || !paragraph_.attributes.listMarker.empty()) finishParagraph();
-    if (!cell_.paragraphs.empty() || !row_.cells.empty()) finishRow();
     return std::move(doc_);
 }
 

@@ -1,5 +1,7 @@
 #include "support/SampleMessages.h"
 
+#include "model/CompressedRTF.h"
+
 #include "platform/StringEncoding.h"
 #include "support/TNEFWriter.h"
 
@@ -52,6 +54,22 @@ std::string helloWorldCompressedRTF() {
     return hex(
         "2d000000 2b000000 4c5a4675 f1c5c7a7 03000a00 72637067 31323542 320af320"
         "68656c09 00206277 05b06c64 7d0a800f a0");
+}
+
+std::string compressedRTF(std::string_view rtf) {
+    std::string body;
+    for (size_t i = 0; i < rtf.size(); i += 8) {
+        body += '\0';  // eight literal bytes follow
+        body.append(rtf.substr(i, 8));
+    }
+    const auto* p = reinterpret_cast<const uint8_t*>(body.data());
+    return ByteWriter()
+        .u32(static_cast<uint32_t>(body.size() + 12))
+        .u32(static_cast<uint32_t>(rtf.size()))
+        .u32(0x75465A4C)  // "LZFu"
+        .u32(calculateCRC32(p, body.size()))
+        .raw(body)
+        .str();
 }
 
 std::string sampleWinmail() {

@@ -1,12 +1,15 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace qb::test {
 
 // The compressed-RTF example stream of the format's documentation; it expands to
 // "{\rtf1\ansi\ansicpg1252\pard hello world}\r\n".
 std::string helloWorldCompressedRTF();
+// `rtf` as a compressed-RTF property value (literal runs only, with a correct CRC).
+std::string compressedRTF(std::string_view rtf);
 
 // A complete winmail.dat: code page, class, subject, date, sender and body properties, an
 // RTF body, three recipients and three attachments (a text file, an image and an
