@@ -8,12 +8,12 @@ cd "$(dirname "$0")/.."
 seconds=${1:-60}
 shift || true
 targets=("$@")
-[[ ${#targets[@]} -gt 0 ]] || targets=(fuzz_tnef fuzz_msg fuzz_rtf fuzz_mailkit fuzz_formats fuzz_export)
+[[ ${#targets[@]} -gt 0 ]] || targets=(fuzz_tnef fuzz_msg fuzz_rtf fuzz_richtext fuzz_mailkit fuzz_formats fuzz_export)
 
 QB_EXTRA_PACKAGES="clang libclang-rt-14-dev" scripts/install-deps.sh
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DQB_FUZZ=ON -DQB_BUILD_TESTS=OFF \
   -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build-fuzz -j2 --target "${targets[@]}" make-samples >/dev/null
+cmake --build build-fuzz -j2 --target "${targets[@]}" make-samples quillbox >/dev/null
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -26,6 +26,13 @@ for t in "${targets[@]}"; do
     fuzz_tnef) cp "$work"/winmail.dat "$seeds"/; [[ -d $corpus/tnef ]] && cp $corpus/tnef/* "$seeds"/ ;;
     fuzz_msg) [[ -d $corpus/msg ]] && cp $corpus/msg/*.msg "$seeds"/ ;;
     fuzz_rtf) printf '\x2d\x00\x00\x00\x2b\x00\x00\x00LZFu\xf1\xc5\xc7\xa7\x03\x00\x0a\x00rcpg125B2\x0a\xf3 hel\x09\x00 bw\x05\xb0ld}\x0a\x80\x0f\xa0' > "$seeds"/hello ;;
+    fuzz_richtext)
+      # The RTF bodies of the corpus, decompressed, and a few built here.
+      for f in $corpus/tnef/* $corpus/msg/*.msg; do
+        [[ -f $f ]] && build-fuzz/quillbox rtf "$f" -o "$seeds/$(basename "$f").rtf" 2>/dev/null || true
+      done
+      printf '{\\rtf1\\ansi\\ansicpg932{\\fonttbl{\\f0\\fcharset128 M;}}\\f0 \\'"'"'93\\'"'"'fa\\u8364?{\\field{\\*\\fldinst HYPERLINK "x"}{\\fldrslt y}}\\trowd\\cellx10\\intbl a\\cell\\row{\\*\\shppict{\\pict\\pngblip\\bin3 abc}}{\\nonshppict{\\pict\\wmetafile8 0102}}\\par}' > "$seeds"/built.rtf
+      printf '{\\rtf1\\ansi\\fromhtml1 {\\*\\htmltag19 <html>}\\htmlrtf x\\htmlrtf0 y{\\*\\mhtmltag84 <img src="cid:a">}{\\*\\htmltag84 <img src="a">}}' > "$seeds"/html.rtf ;;
     fuzz_export) cp "$work"/winmail.dat "$seeds"/; [[ -d $corpus/tnef ]] && cp $corpus/tnef/* "$seeds"/; [[ -d $corpus/msg ]] && cp $corpus/msg/*.msg "$seeds"/ ;;
     fuzz_formats) cp "$work"/winmail.dat "$seeds"/; [[ -d $corpus/msg ]] && cp $corpus/msg/51873.msg "$seeds"/ ;;
     fuzz_mailkit) [[ -d $corpus/golden/msg ]] && for f in $corpus/golden/msg/*.eml; do head -c 4000 "$f" > "$seeds/$(basename "$f")"; done ;;
