@@ -1,6 +1,7 @@
-// Rich text: the RTF reader and its writers, the recovery of encapsulated HTML and text,
+// Rich text: the RTF and HTML readers, the writers, the recovery of encapsulated HTML and text,
 // and picture documents.
 #include "platform/Log.h"
+#include "richtext/HTMLStyledTextReader.h"
 #include "richtext/RTFDocument.h"
 #include "richtext/RTFEncapsulation.h"
 #include "richtext/RTFReader.h"
@@ -19,6 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (!qb::readRTF(qb::Bytes::fromString(rtf))) __builtin_trap();
     }
     (void)qb::decapsulateRTF(bytes.view());
+    (void)qb::readHTML(bytes.view());
     if (auto doc = qb::RTFDocument::create(bytes)) (void)doc->htmlData();
     return 0;
 }

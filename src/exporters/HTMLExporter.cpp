@@ -4,6 +4,7 @@
 #include "mime/ContentCoders.h"
 #include "model/MAPIArray.h"
 #include "richtext/HTMLFontSizes.h"
+#include "richtext/HTMLStyledTextReader.h"
 
 namespace qb {
 
@@ -17,6 +18,7 @@ constexpr uint32_t kBinaryType = 0x0102;
 struct HTMLBody {
     Bytes data;
     StringEncoding encoding;
+    bool enlarged = false;  // the font step has been applied to `data`
 };
 
 std::optional<HTMLBody> htmlBodyOfMessage(const OutlookMessage& message) {
@@ -44,7 +46,7 @@ std::optional<HTMLBody> htmlBodyOfMessage(const OutlookMessage& message) {
         encoding = kUTF8Encoding;
     }
     if (auto html = htmlWithFontsEnlarged(*text, kHTMLExportFontStep))
-        return HTMLBody{Bytes::fromString(*html), kUTF8Encoding};
+        return HTMLBody{Bytes::fromString(*html), kUTF8Encoding, true};
     return HTMLBody{Bytes::fromString(*bytes), encoding};
 }
 
@@ -62,8 +64,10 @@ std::shared_ptr<HTMLExporter> HTMLExporter::create(std::shared_ptr<const Outlook
         if (!mime || mime->empty()) return nullptr;
         body = HTMLBody{Bytes::fromString(*mime), kUTF8Encoding};
     }
-    return std::shared_ptr<HTMLExporter>(
+    auto e = std::shared_ptr<HTMLExporter>(
         new HTMLExporter(std::move(message), std::move(body->data), body->encoding));
+    e->fontsEnlarged_ = body->enlarged;
+    return e;
 }
 
 EDMessagePartPtr HTMLExporter::messagePart() const {
@@ -72,6 +76,18 @@ EDMessagePartPtr HTMLExporter::messagePart() const {
         part_ = EDHTMLTextContentCoder(text).messagePart();
     });
     return part_;
+}
+
+std::shared_ptr<const StyledText> HTMLExporter::attributedString() const {
+    std::call_once(styledOnce_, [&] {
+        const auto text = decodeString(data_.view(), dataEncoding_, true);
+        if (!text) return;
+        if (auto styled = readHTML(*text)) {
+            if (!fontsEnlarged_) styled->changeFontByPointSize(kHTMLExportFontStep);
+            styled_ = std::make_shared<const StyledText>(std::move(*styled));
+        }
+    });
+    return styled_;
 }
 
 Dictionary HTMLExporter::metadata() const {

@@ -6,6 +6,7 @@
 #include "exporters/QBExporter.h"
 #include "model/OutlookMessage.h"
 #include "platform/StringEncoding.h"
+#include "richtext/StyledText.h"
 
 namespace qb {
 
@@ -19,6 +20,9 @@ class HTMLExporter : public QBExporter {
     std::shared_ptr<const OutlookMessage> message() const { return message_; }
     // The text encoding of `data`.
     StringEncoding dataEncoding() const { return dataEncoding_; }
+    // The body as styled text, two points larger, for display; read on first use. Nothing
+    // when the body gives no document.
+    std::shared_ptr<const StyledText> attributedString() const;
 
     std::optional<std::string> filename() const override { return filename_; }
     void setFilename(std::optional<std::string> name) override { filename_ = std::move(name); }
@@ -35,8 +39,11 @@ class HTMLExporter : public QBExporter {
     std::optional<std::string> filename_ = "Message.html";
     Bytes data_;
     StringEncoding dataEncoding_;
+    bool fontsEnlarged_ = false;
     mutable std::once_flag partOnce_;
     mutable EDMessagePartPtr part_;
+    mutable std::once_flag styledOnce_;
+    mutable std::shared_ptr<const StyledText> styled_;
 };
 
 // How much larger the exported HTML shows every font.

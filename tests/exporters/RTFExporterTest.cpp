@@ -114,5 +114,20 @@ TEST(MessageExporterRTF, PicturesOfABodyWithoutPageComeFirstAmongAttachments) {
                                "RTFDocument htmlData FailureReason the document is not rich text"});
 }
 
+TEST(HTMLExporterStyledText, TheBodyIsKeptAsStyledTextTwoPointsLarger) {
+    auto m = FakeMessage::make();
+    m->borrowPropertiesOf(test::messageWithProps(
+        PropsWriter().binary(0x1013, "<p><span style=\"font-size:10pt\">small</span> default</p>")));
+    auto e = HTMLExporter::create(m);
+    ASSERT_TRUE(e);
+    const auto styled = e->attributedString();
+    ASSERT_TRUE(styled);
+    const auto& runs = styled->blocks().at(0).paragraph.runs;
+    ASSERT_EQ(runs.size(), 2u);
+    EXPECT_EQ(runs[0].attributes.pointSize, 12.0);
+    EXPECT_EQ(runs[1].attributes.pointSize, 14.0);
+    EXPECT_EQ(styled->plainText(), "small default\n");
+}
+
 }  // namespace
 }  // namespace qb
