@@ -5,11 +5,15 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <set>
 
 #include "cli/Commands.h"
 #include "cli/ExtractFolder.h"
 #include "cli/MessageInput.h"
 #include "cli/OutputFile.h"
+#include "exporters/AttachmentExporter.h"
+#include "exporters/ContentIDLinks.h"
+#include "exporters/SafeFilename.h"
 #include "exporters/TNEFMessageExporter.h"
 
 namespace qb::cli {
@@ -72,6 +76,31 @@ bool makeDirectories(const std::string& path) {
     return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
 }
 
+// The names the files of a message get in its new, empty folder, in the order they are
+// written, for the content ids of its attachments.
+ContentIDFiles filesOfContentIDs(const TNEFMessageExporter& exporter) {
+    std::set<std::string> taken{"metadata.json"};
+    auto claim = [&taken](const std::string& name) {
+        const std::string safe = safeFilename(name, "Untitled");
+        for (unsigned n = 1;; ++n) {
+            std::string candidate = numberedFilename(safe, n);
+            if (taken.insert(candidate).second) return candidate;
+        }
+    };
+    ContentIDFiles files;
+    for (const auto& e : exporter.textExporters())
+        if (e->data()) claim(e->filename().value_or("Untitled"));
+    for (const auto& e : exporter.attachmentExporters()) {
+        if (!e->data()) continue;
+        const std::string name = claim(e->filename().value_or("Untitled"));
+        const auto* file = dynamic_cast<const AttachmentExporter*>(e.get());
+        if (!file || !file->attachment()) continue;
+        if (auto id = file->attachment()->contentId(); id && !id->empty())
+            files.emplace(contentIDKey(*id), name);
+    }
+    return files;
+}
+
 struct Totals {
     size_t done = 0, failed = 0, files = 0;
     uint64_t bytes = 0;
@@ -113,10 +142,14 @@ bool extractMessage(const OpenedInput& in, const std::string& parent, Progress& 
     const std::string metadata =
         exporter->metadataPlist().dump(2, ' ', false, Dictionary::error_handler_t::replace) + "\n";
     save("metadata.json", Bytes::fromString(metadata));
+    const ContentIDFiles linked = filesOfContentIDs(*exporter);
     for (const auto* list : {&exporter->textExporters(), &exporter->attachmentExporters()}) {
         for (const auto& e : *list) {
             auto data = e->data();
             if (!data) continue;
+            // A page's pictures are the files written beside it.
+            if (!linked.empty() && e->mimeType() == "text/html" && list == &exporter->textExporters())
+                data = Bytes::adoptString(htmlWithContentIDsLinked(data->view(), linked));
             save(e->filename().value_or("Untitled"), *data);
         }
     }
