@@ -22,8 +22,8 @@ std::optional<Bytes> rtfBodyOfMessage(const OutlookMessage& message) {
     return rtf;
 }
 
-std::optional<Bytes> htmlDataOfString(const StyledText& text) {
-    std::string html = htmlOfStyledText(text);
+std::optional<Bytes> htmlDataOfString(const StyledText& text, size_t sizeHint) {
+    std::string html = htmlOfStyledText(text, sizeHint);
     if (html.empty()) {
         logf("TextExporter _htmlDataOfString FailureReason {}", "the HTML writer gave nothing");
         return std::nullopt;
@@ -83,7 +83,7 @@ void RTFExporter::parseRTF(const Bytes& rtf) {
     }
     styled->changeFontByPointSize(kHTMLExportFontStep);
     attributedString_ = std::make_shared<const StyledText>(std::move(*styled));
-    if (auto html = htmlDataOfString(*attributedString_)) {
+    if (auto html = htmlDataOfString(*attributedString_, 2 * rtf.size())) {
         data_ = std::move(html);
         filename_ = "Message.html";
         mimeType_ = "text/html";

@@ -55,6 +55,6 @@ class RTFExporter : public QBExporter {
 std::optional<Bytes> rtfBodyOfMessage(const OutlookMessage& message);
 
 // Styled text as HTML bytes; nothing (and a log line) when it cannot be written.
-std::optional<Bytes> htmlDataOfString(const StyledText& text);
+std::optional<Bytes> htmlDataOfString(const StyledText& text, size_t sizeHint = 0);
 
 }  // namespace qb

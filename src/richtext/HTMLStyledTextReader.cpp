@@ -225,7 +225,7 @@ class Reader {
         if (!runs.empty() && !runs.back().image && runs.back().attributes == style.chars)
             runs.back().text += out;
         else
-            runs.push_back(TextRun{std::move(out), std::nullopt, style.chars});
+            runs.push_back(TextRun{std::move(out), nullptr, style.chars});
     }
 
     void addImage(xmlNode* n, const Style& style) {
@@ -243,7 +243,7 @@ class Reader {
         }
         if (auto w = parseLength(attribute(n, "width"), 12)) image.widthTwips = static_cast<int32_t>(*w * 20);
         if (auto h = parseLength(attribute(n, "height"), 12)) image.heightTwips = static_cast<int32_t>(*h * 20);
-        current_.runs.push_back(TextRun{{}, std::move(image), style.chars});
+        current_.runs.push_back(TextRun{{}, std::make_shared<const StyledImage>(std::move(image)), style.chars});
         atLineStart_ = false;
         pendingSpace_ = false;
     }

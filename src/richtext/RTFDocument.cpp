@@ -135,7 +135,7 @@ std::optional<Bytes> RTFDocument::htmlData() const {
             return;
         }
         styled->changeFontByPointSize(kFontStep);
-        const std::string html = htmlOfStyledText(*styled);
+        const std::string html = htmlOfStyledText(*styled, 2 * rtf.size());
         // Each picture reference becomes the picture itself, in one pass over the page.
         std::string out;
         out.reserve(html.size());

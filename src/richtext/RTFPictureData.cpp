@@ -51,7 +51,6 @@ void RTFPictureData::applyControlWord(std::string_view w, std::optional<int32_t>
 
 void RTFPictureData::addHexText(std::string_view text) {
     if (binary_) return;
-    hex_.reserve(hex_.size() + text.size() / 2);
     for (char c : text) {
         const int v = hexValue(c);
         if (v < 0) continue;
@@ -64,8 +63,9 @@ void RTFPictureData::addHexText(std::string_view text) {
     }
 }
 
-std::optional<StyledImage> RTFPictureData::image() const {
-    Bytes data = binary_ ? *binary_ : Bytes::copy(hex_.data(), hex_.size());
+std::optional<StyledImage> RTFPictureData::takeImage() {
+    Bytes data = binary_ ? *binary_ : Bytes::adopt(std::move(hex_));
+    hex_.clear();
     if (data.empty()) return std::nullopt;
     StyledImage image;
     if (kind_ == "pngblip") {

@@ -22,7 +22,8 @@ class RTFPictureData {
 
     // The picture, or nothing when it has no bytes or is of a kind no page shows
     // (metafiles, device-dependent bitmaps). Device-independent bitmaps become BMP files.
-    std::optional<StyledImage> image() const;
+    // The bytes collected are handed over.
+    std::optional<StyledImage> takeImage();
 
   private:
     std::string kind_;

@@ -532,7 +532,7 @@ void Reader::flushText() {
     std::string text = decoder_.take();
     switch (state_.destination) {
         case Destination::Text:
-            if (!state_.hidden) addRun(TextRun{std::move(text), std::nullopt, currentAttributes()});
+            if (!state_.hidden) addRun(TextRun{std::move(text), nullptr, currentAttributes()});
             break;
         case Destination::FieldInstruction:
             if (!fields_.empty() && fields_.back().instruction.size() < 65536)
@@ -615,12 +615,12 @@ void Reader::closeTable() {
 
 void Reader::finishPicture(const GroupState& parent) {
     if (parent.destination != Destination::Text || parent.hidden) return;
-    auto image = picture_.image();
+    auto image = picture_.takeImage();
     picture_ = RTFPictureData{};
     if (!image) return;
     GroupState saved = state_;
     state_ = parent;
-    addRun(TextRun{{}, std::move(image), currentAttributes()});
+    addRun(TextRun{{}, std::make_shared<const StyledImage>(std::move(*image)), currentAttributes()});
     state_ = std::move(saved);
 }
 
@@ -634,7 +634,7 @@ void Reader::finishGraphic(const GroupState& parent) {
     image.mimeType = mimeTypeForPictureName(image.name);
     image.widthTwips = graphicWidth_;
     image.heightTwips = graphicHeight_;
-    addRun(TextRun{{}, std::move(image), currentAttributes()});
+    addRun(TextRun{{}, std::make_shared<const StyledImage>(std::move(image)), currentAttributes()});
 }
 
 // Splits a field instruction into its words; quoted words keep their spaces.

@@ -1,6 +1,9 @@
 // Rich-text characters: charsets to code pages, 8-bit text decoding and \uN values.
 #include "richtext/RTFTextDecoder.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "mailkit/Unicode.h"
 #include "platform/StringEncoding.h"
 
@@ -116,6 +119,7 @@ void RTFTextDecoder::flushBytes() {
     if (bytes_.empty()) return;
     if (isASCII(bytes_)) {
         text_ += bytes_;
+    } else if (decodeWithTable()) {
     } else if (codePage_ == 65001 && !isValidUTF8(bytes_)) {
         // Writers that say UTF-8 but store Western bytes.
         text_ += decodeString(std::string_view(bytes_), kWindowsCP1252Encoding).value_or("");
@@ -127,6 +131,37 @@ void RTFTextDecoder::flushBytes() {
         text_ += decodeString(std::string_view(bytes_), e, true).value_or("");
     }
     bytes_.clear();
+}
+
+bool RTFTextDecoder::decodeWithTable() {
+    static constexpr uint32_t kSingleByte[] = {437,  850,  852,  866,  874,  1250, 1251, 1252,
+                                               1253, 1254, 1255, 1256, 1257, 1258, 10000};
+    if (std::find(std::begin(kSingleByte), std::end(kSingleByte), codePage_) == std::end(kSingleByte))
+        return false;
+    if (tableCodePage_ != codePage_) {
+        tableCodePage_ = codePage_;
+        table_.clear();
+        std::string upper;
+        for (int b = 0x80; b <= 0xFF; ++b) upper += static_cast<char>(b);
+        const auto decoded = decodeString(std::string_view(upper), encodingForWindowsCodePage(codePage_), true);
+        if (!decoded) return false;
+        // Each byte is one character in these code pages; anything else and the table is
+        // not used.
+        for (size_t i = 0; i < decoded->size() && table_.size() <= 128;) {
+            const size_t start = i;
+            nextCodePoint(*decoded, i);
+            table_.emplace_back(decoded->substr(start, i - start));
+        }
+        if (table_.size() != 128) table_.clear();
+    }
+    if (table_.empty()) return false;
+    for (unsigned char c : bytes_) {
+        if (c < 0x80)
+            text_ += static_cast<char>(c);
+        else
+            text_ += table_[c - 0x80];
+    }
+    return true;
 }
 
 std::string RTFTextDecoder::take() {

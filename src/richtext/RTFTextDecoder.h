@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qb {
 
@@ -35,11 +36,16 @@ class RTFTextDecoder {
 
   private:
     void flushBytes();
+    // Single-byte code pages decode through a table of their upper half, made once per
+    // code page the document uses: most documents are mostly such text.
+    bool decodeWithTable();
 
     uint32_t codePage_ = 1252;
     std::string bytes_;
     std::string text_;
     uint16_t highSurrogate_ = 0;
+    uint32_t tableCodePage_ = 0;
+    std::vector<std::string> table_;
 };
 
 }  // namespace qb

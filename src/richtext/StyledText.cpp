@@ -68,7 +68,7 @@ StyledText StyledText::fromPlainText(std::string_view text, double pointSize) {
         if (end == std::string_view::npos) end = text.size();
         Paragraph p;
         p.markAttributes = attributes;
-        if (end > start) p.runs.push_back(TextRun{std::string(text.substr(start, end - start)), std::nullopt, attributes});
+        if (end > start) p.runs.push_back(TextRun{std::string(text.substr(start, end - start)), nullptr, attributes});
         if (end == text.size() && p.runs.empty()) break;  // no empty paragraph after the last line end
         out.blocks_.push_back(Block{false, std::move(p), {}});
         if (end < text.size() && text[end] == '\r' && end + 1 < text.size() && text[end + 1] == '\n') ++end;

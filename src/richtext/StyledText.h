@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -57,7 +58,7 @@ struct StyledImage {
 // Text ("\n" is a line break inside the paragraph, "\t" a tab) or one image.
 struct TextRun {
     std::string text;
-    std::optional<StyledImage> image;
+    std::shared_ptr<const StyledImage> image;
     CharAttributes attributes;
 };
 

@@ -26,7 +26,8 @@ std::string colorCSS(const RGBColor& c) {
 
 class Writer {
   public:
-    std::string write(const StyledText& text) {
+    std::string write(const StyledText& text, size_t sizeHint) {
+        out_.reserve(sizeHint);
         out_ = kHead;
         for (const auto& block : text.blocks()) {
             if (block.isTable)
@@ -194,8 +195,8 @@ class Writer {
 
 }  // namespace
 
-std::string htmlOfStyledText(const StyledText& text) {
-    return Writer().write(text);
+std::string htmlOfStyledText(const StyledText& text, size_t sizeHint) {
+    return Writer().write(text, sizeHint);
 }
 
 }  // namespace qb
