@@ -3,6 +3,7 @@
 //   rtf-bench make MEGABYTES FILE      a document of about that size; a quarter of it is the
 //                                       picture (half of it as hex digits)
 //   rtf-bench convert FILE             prints seconds and MB/s of RTF → styled text → HTML
+//   rtf-bench html FILE OUT            writes the page, to look at
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -74,6 +75,14 @@ int main(int argc, char** argv) {
                     html.size());
         return 0;
     }
-    std::fprintf(stderr, "usage: rtf-bench make MEGABYTES FILE | rtf-bench convert FILE\n");
+    if (mode == "html" && argc == 4) {
+        auto rtf = qb::readFileData(argv[2]);
+        auto styled = rtf ? qb::readRTF(*rtf) : std::nullopt;
+        if (!styled) return 1;
+        styled->changeFontByPointSize(2.0);
+        std::ofstream(argv[3], std::ios::binary) << qb::htmlOfStyledText(*styled);
+        return 0;
+    }
+    std::fprintf(stderr, "usage: rtf-bench make MEGABYTES FILE | convert FILE | html FILE OUT\n");
     return 2;
 }

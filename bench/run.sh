@@ -68,6 +68,24 @@ measure "quillbox extract" "5000 small files" sh -c "'$q' extract '$work'/in/sma
 measure "cp (same output tree)" "5000 small files" cp -r "$outroot/split-small" "$outroot/out/"
 measure "quillbox info --json" "5000 small files" sh -c "'$q' info --json '$work'/in/small/*"
 
+# Rich text: RTF → styled text → page, in the process (no start-up or file writing), for a
+# document of 20 MB (formatted paragraphs, a table every 20 paragraphs, a 5 MB picture as hex
+# digits) and one of 2 MB of the same kind, to show the cost grows with the size.
+rtfrows=()
+for mb in 2 20; do
+    build/rtf-bench make "$mb" "$work/rich-$mb.rtf"
+    best=
+    for ((i = 0; i < runs; i++)); do
+        /usr/bin/time -f "%M" -o "$work/time" build/rtf-bench convert "$work/rich-$mb.rtf" >"$work/rtf-out"
+        read -r secs mbps _ <"$work/rtf-out"
+        rss=$(cat "$work/time")
+        [[ -z "$best" ]] || awk -v a="$secs" -v b="$best" 'BEGIN { exit !(a < b) }' && { best=$secs; bestmbps=$mbps; }
+    done
+    size=$(du -m "$work/rich-$mb.rtf" | cut -f1)
+    rtfrows+=("| $size MB | $best | $bestmbps | $((rss / 1024)) |")
+    echo "rich text $size MB: ${best}s, ${bestmbps} MB/s, $((rss / 1024)) MB" >&2
+done
+
 {
     echo "# Benchmark results"
     echo
@@ -78,6 +96,14 @@ measure "quillbox info --json" "5000 small files" sh -c "'$q' info --json '$work
     echo "| command | input | median s | peak RSS MB |"
     echo "|---|---|---|---|"
     printf '%s\n' "${rows[@]}"
+    echo
+    echo "## Rich text to HTML"
+    echo
+    echo "Best of $runs, conversion only (bench/rtf_bench.cpp); peak RSS of the process, input included."
+    echo
+    echo "| RTF size | seconds | MB/s | peak RSS MB |"
+    echo "|---|---|---|---|"
+    printf '%s\n' "${rtfrows[@]}"
 } >bench/results.md
 cat bench/results.md
 [[ -n "$keep" ]] || rm -rf "$work"
