@@ -2,6 +2,7 @@
 #include "richtext/RTFPictureData.h"
 
 #include <algorithm>
+#include <array>
 
 #include "platform/ByteReader.h"
 
@@ -51,8 +52,16 @@ void RTFPictureData::applyControlWord(std::string_view w, std::optional<int32_t>
 
 void RTFPictureData::addHexText(std::string_view text) {
     if (binary_) return;
-    for (char c : text) {
-        const int v = hexValue(c);
+    // Grown geometrically: hex data arrives a line at a time.
+    if (hex_.capacity() - hex_.size() < text.size() / 2)
+        hex_.reserve(std::max(hex_.capacity() * 2, hex_.size() + text.size() / 2));
+    static const auto kValues = [] {
+        std::array<int8_t, 256> t{};
+        for (int c = 0; c < 256; ++c) t[size_t(c)] = static_cast<int8_t>(hexValue(static_cast<char>(c)));
+        return t;
+    }();
+    for (unsigned char c : text) {
+        const int v = kValues[c];
         if (v < 0) continue;
         if (pendingNibble_ < 0) {
             pendingNibble_ = v;
