@@ -40,6 +40,7 @@ class Decapsulator {
                 case RTFToken::Kind::ControlWord: controlWord(t); break;
                 case RTFToken::Kind::ControlSymbol: controlSymbol(t); break;
                 case RTFToken::Kind::HexByte:
+                    groupJustOpened_ = starred_ = false;
                     if (skipSubstitute(1)) break;
                     if (state_.destination == Destination::FontTable)
                         fonts_.hexByte(t.byte);
@@ -117,6 +118,7 @@ class Decapsulator {
     }
 
     void text(std::string_view t) {
+        groupJustOpened_ = starred_ = false;
         t.remove_prefix(skipSubstitute(t.size()));
         if (t.empty()) return;
         if (state_.destination == Destination::FontTable) {
@@ -134,6 +136,7 @@ class Decapsulator {
             starred_ = true;
             return;
         }
+        groupJustOpened_ = starred_ = false;
         if (skipSubstitute(1) || !emits()) return;
         switch (c) {
             case '\\':
@@ -183,7 +186,12 @@ class Decapsulator {
     void controlWord(const RTFToken& t) {
         const std::string_view w = t.word;
         const int32_t p = t.param.value_or(0);
-        if (groupJustOpened_ || starred_) {
+        if (!groupJustOpened_ && starred_) {
+            // "\*" belongs before the first word of a group; elsewhere the word is ignored.
+            starred_ = false;
+            return;
+        }
+        if (groupJustOpened_) {
             const bool starred = starred_;
             groupJustOpened_ = starred_ = false;
             if (destination(t, starred)) return;

@@ -269,6 +269,7 @@ size_t Reader::skipSubstitute(size_t n) {
 }
 
 void Reader::onText(std::string_view text) {
+    groupJustOpened_ = starred_ = false;
     text.remove_prefix(skipSubstitute(text.size()));
     if (text.empty()) return;
     switch (state_.destination) {
@@ -295,6 +296,7 @@ void Reader::onText(std::string_view text) {
 }
 
 void Reader::onHexByte(uint8_t byte) {
+    groupJustOpened_ = starred_ = false;
     if (skipSubstitute(1)) return;
     if (state_.destination == Destination::FontTable)
         fonts_.hexByte(byte);
@@ -315,6 +317,7 @@ void Reader::onControlSymbol(const RTFToken& t) {
         starred_ = true;
         return;
     }
+    groupJustOpened_ = starred_ = false;
     if (skipSubstitute(1)) return;
     flushText();
     if (!collectsText()) return;
@@ -334,7 +337,12 @@ void Reader::onControlWord(const RTFToken& t) {
     const std::string_view w = t.word;
     const int32_t p = t.param.value_or(0);
     const bool on = !t.param || *t.param != 0;
-    if (groupJustOpened_ || starred_) {
+    if (!groupJustOpened_ && starred_) {
+        // "\*" belongs before the first word of a group; elsewhere the word is ignored.
+        starred_ = false;
+        return;
+    }
+    if (groupJustOpened_) {
         const bool starred = starred_;
         groupJustOpened_ = false;
         starred_ = false;

@@ -45,6 +45,8 @@ TEST(RTFEncapsulation, RecoversText) {
         "\\uc1\\pard\\plain\\f0\\fs20 \\'cf\\'f0\\'e8\\'e2\\'e5\\'f2,\\par\\tab line {\\*\\ignored x}"
         "\\htmlrtf rtf only\\htmlrtf0 end\\par}";
     EXPECT_EQ(decapsulateRTF(rtf), "Привет,\r\n\tline end\r\n");
+    // "\*" away from a group's start marks no destination.
+    EXPECT_EQ(decapsulateRTF("{\\rtf1\\fromtext a\\*\\x b}\\*\\y c"), "ab");
 }
 
 TEST(RTFEncapsulation, JapaneseAndUTF8Tags) {

@@ -217,6 +217,10 @@ TEST(RTFReader, DamagedInputEndsWithWhatWasRead) {
     std::string deep = "{\\rtf1 top";
     for (int i = 0; i < 100000; ++i) deep += "{x";
     EXPECT_EQ(read(deep).plainText().substr(0, 3), "top");
+    // "\*" away from a group's start marks no destination (a fuzz finding: the group
+    // around it was left as if it had been the one starred).
+    EXPECT_EQ(read("{\\rtf1 a{\\b0;}s\\*\\generator x;}\\*\\g y\\*\\h").plainText(), "a;sx;\n");
+    EXPECT_EQ(read("{\\rtf1 {x\\fonttbl y}z}").plainText(), "xyz\n");
     // A table never closed still shows its cells.
     EXPECT_EQ(read("{\\rtf1\\trowd\\cellx100\\intbl A\\cell B").plainText(), "A\tB\t\n");
 }
