@@ -83,7 +83,7 @@ class OXMessage : public OutlookMessage {
     bool ignoreChecksum_;
     int depth_;
     std::shared_ptr<OpenedStorages> opened_;
-    StringEncoding encoding_ = kISOLatin1Encoding;
+    StringEncoding encoding_ = kWindowsCP1252Encoding;
     std::shared_ptr<CFBEntry> root_;
     TNEFAttrList noAttributes_;
     MAPIPropList props_;

@@ -1,5 +1,6 @@
 #include "tnef/TNEFMessage.h"
 
+#include "model/CodePage.h"
 #include "model/MAPIArray.h"
 #include "model/PropertyTags.h"
 #include "platform/ByteReader.h"
@@ -39,7 +40,7 @@ TNEFMessage::TNEFMessage(Bytes data, const Dictionary* mimeMessageHeaders, bool 
     : data_(std::move(data)),
       ignoreChecksum_(ignoreChecksum),
       depth_(depth),
-      encoding_(kISOLatin1Encoding) {
+      encoding_(kWindowsCP1252Encoding) {
     if (mimeMessageHeaders) mimeMessageHeaders_ = *mimeMessageHeaders;
 }
 
@@ -89,9 +90,13 @@ bool TNEFMessage::read(TNEFError* error) {
     while (auto attr = readTNEFAttr(location, error)) {
         if (attr->level() == 1) {
             if (attr->name() == attOemCodepage) {
+                // Until the property list says otherwise, the records that follow use it.
                 if (auto b = std::get_if<Bytes>(&attr->value()); b && b->size() >= 2) {
-                    const StringEncoding e = encodingForWindowsCodePage(*ByteReader::u16le(*b, 0));
-                    if (e != kInvalidEncoding) encoding_ = e;
+                    oemCodePage_ = *ByteReader::u16le(*b, 0);
+                    if (auto cp = codePageFor8BitText(*oemCodePage_)) {
+                        const StringEncoding e = encodingForWindowsCodePage(*cp);
+                        if (e != kInvalidEncoding) encoding_ = e;
+                    }
                 }
             }
             attributes_.push_back(std::move(attr));
@@ -108,7 +113,15 @@ bool TNEFMessage::read(TNEFError* error) {
 
     if (auto attr = findTNEFAttr(attributes_, attMAPIProps, atpByte))
         if (auto props = std::get_if<MAPIPropList>(&attr->value())) mapiprops_ = *props;
+    const StringEncoding readWith = encoding_;
     processEncoding(mapiprops());
+    if (encoding_ != readWith) {
+        for (const auto& attr : attributes_)
+            attr->decodeTextAgain();
+        for (const auto& attachment : attachments_)
+            for (const auto& attr : attachment->attributes())
+                attr->decodeTextAgain();
+    }
     parseMessageHeaders();
     parseMimeMessageHeaders();
     return true;
@@ -140,10 +153,7 @@ std::shared_ptr<TNEFAttr> TNEFMessage::readTNEFAttr(size_t& location, TNEFError*
 }
 
 void TNEFMessage::processEncoding(const MAPIPropList* props) {
-    auto codePage = uint32ForProperty(props, PR_MESSAGE_CODEPAGE);
-    if (!codePage) return;
-    const StringEncoding e = encodingForWindowsCodePage(*codePage);
-    if (e != kInvalidEncoding) encoding_ = e;
+    encoding_ = encodingOf8BitStrings(props, oemCodePage_);
 }
 
 }  // namespace qb
