@@ -145,6 +145,10 @@ std::optional<std::string> mailboxFieldBody(const Address& address) {
     const bool exchange = address.type() && *address.type() == "EX";
     if (!addr.empty() && !exchange && isInternetAddress(addr))
         return name.empty() ? addr : phrase(name) + " <" + addr + ">";
+    // The message may know the person's Internet address beside an X.500 name.
+    if (const std::string smtp = withoutControls(address.smtpAddress().value_or(""));
+        isInternetAddress(smtp))
+        return name.empty() ? smtp : phrase(name) + " <" + smtp + ">";
     std::string shown = name.empty() ? addr : name;
     if (shown.empty()) shown = withoutControls(address.email().value_or(""));
     if (shown.empty()) return std::nullopt;

@@ -1,6 +1,8 @@
 #include "model/Recipients.h"
 
 #include "model/MAPIArray.h"
+#include "model/OneOffEntryID.h"
+#include "model/OutlookMessage.h"
 #include "model/PropertyTags.h"
 
 namespace qb {
@@ -9,6 +11,7 @@ void addRecipient(const MAPIPropList& row, AddressList& to, AddressList& cc, Add
     auto address = std::make_shared<Address>(stringForProperty(&row, PR_DISPLAY_NAME),
                                              stringForProperty(&row, PR_EMAIL_ADDRESS),
                                              stringForProperty(&row, PR_ADDRTYPE));
+    fillSmtpAddress(*address, &row, {PR_SMTP_ADDRESS}, PR_ENTRYID);
     switch (uint32ForProperty(&row, PR_RECIPIENT_TYPE).value_or(0)) {
         case 0:
         case 1:
@@ -23,6 +26,25 @@ void addRecipient(const MAPIPropList& row, AddressList& to, AddressList& cc, Add
         default:
             break;
     }
+}
+
+void fillSmtpAddress(Address& address, const MAPIPropList* props,
+                     std::initializer_list<uint32_t> smtpTags, uint32_t entryIdTag) {
+    if (address.smtpAddress() || !props) return;
+    for (uint32_t tag : smtpTags) {
+        if (auto smtp = stringForProperty(props, tag); smtp && !smtp->empty()) {
+            address.setSmtpAddress(std::move(smtp));
+            return;
+        }
+    }
+    auto prop = findPropID(*props, propId(entryIdTag), propType(entryIdTag));
+    if (!prop || !prop->value()) return;
+    auto entryID = valueAs<Bytes>(prop->value()->value());
+    if (!entryID) return;
+    auto message = prop->value()->message();
+    if (auto smtp =
+            smtpAddressOfEntryID(*entryID, message ? message->encoding() : kWindowsCP1252Encoding))
+        address.setSmtpAddress(std::move(smtp));
 }
 
 }  // namespace qb

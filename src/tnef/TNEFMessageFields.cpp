@@ -47,6 +47,14 @@ AddressList addressListEntry(const Dictionary& headers, const char* key) {
 }  // namespace
 
 void TNEFMessage::parseSender() {
+    findSender();
+    if (sender_)
+        fillSmtpAddress(*sender_, mapiprops(),
+                        {PR_SENDER_SMTP_ADDRESS, PR_SENT_REPRESENTING_SMTP_ADDRESS},
+                        PR_SENDER_ENTRYID);
+}
+
+void TNEFMessage::findSender() {
     const MAPIPropList* props = mapiprops();
     auto name = stringForProperty(props, PR_SENDER_NAME);
     if (!nonEmpty(name)) name = stringForProperty(props, PR_SENT_REPRESENTING_SIMPLE_DISPLAY_NAME);
