@@ -10,6 +10,7 @@
 #include "cli/ExtractFolder.h"
 #include "cli/MessageInput.h"
 #include "cli/OutputFile.h"
+#include "exporters/OriginalBodies.h"
 #include "exporters/TNEFMessageExporter.h"
 
 namespace qb::cli {
@@ -78,8 +79,8 @@ struct Totals {
 };
 
 // Writes every export of one message; false when anything could not be written.
-bool extractMessage(const OpenedInput& in, const std::string& parent, Progress& progress,
-                    Totals& totals) {
+bool extractMessage(const OpenedInput& in, const std::string& parent, bool originalBodies,
+                    Progress& progress, Totals& totals) {
     auto exporter = TNEFMessageExporter::create(in.message, nullptr, false);
     auto folder = ExtractFolder::create(parent, folderNameFor(in.path));
     if (!folder) {
@@ -120,12 +121,16 @@ bool extractMessage(const OpenedInput& in, const std::string& parent, Progress& 
             save(e->filename().value_or("Untitled"), *data);
         }
     }
+    if (originalBodies)
+        for (const auto& body : qb::originalBodies(*in.message))
+            save(body.filename, body.data);
     return ok;
 }
 
 }  // namespace
 
-int runExtract(const std::vector<std::string>& files, const std::optional<std::string>& outDir) {
+int runExtract(const std::vector<std::string>& files, const std::optional<std::string>& outDir,
+               bool originalBodies) {
     const std::string parent = outDir.value_or(".");
     if (!makeDirectories(parent)) {
         std::fprintf(stderr, "quillbox: %s: cannot create the folder: %s\n", parent.c_str(),
@@ -144,7 +149,7 @@ int runExtract(const std::vector<std::string>& files, const std::optional<std::s
             ++totals.failed;
             continue;
         }
-        bool ok = extractMessage(in, parent, progress, totals);
+        bool ok = extractMessage(in, parent, originalBodies, progress, totals);
         if (in.error) {
             // Read only in part: what could be read is written, and the input counts as failed.
             progress.clear();

@@ -1,0 +1,23 @@
+// The attachments an HTML body shows itself: those it refers to by "cid:" URLs.
+#pragma once
+
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "model/OutlookMessage.h"
+
+namespace qb {
+
+// A content id without the white space and angle brackets around it.
+std::string bareContentID(std::string_view contentID);
+// The same in lower case, as "cid:" URLs are compared.
+std::string normalizedContentID(std::string_view contentID);
+
+// Every content id that `html` refers to with a "cid:" URL, normalised.
+std::set<std::string> contentIDsReferencedBy(std::string_view html);
+
+// The same for the message's HTML body as it is stored; empty without one.
+std::set<std::string> contentIDsReferencedByHTMLBody(const OutlookMessage& message);
+
+}  // namespace qb
