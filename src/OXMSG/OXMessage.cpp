@@ -66,12 +66,18 @@ std::shared_ptr<OXMessage> OXMessage::create(std::shared_ptr<CFBEntry> entry, bo
     return message;
 }
 
+bool OXMessage::holdsMessageProperties(const CFBEntry& storage) {
+    // A damaged message may have lost its fixed-size property stream, not all of them.
+    const auto& children = storage.entries();
+    return std::any_of(children.begin(), children.end(), [](const auto& child) {
+        return child->isDocumentEntry() &&
+               (child->name() == kPropertiesStream || child->name().starts_with(kSubstgPrefix));
+    });
+}
+
 bool OXMessage::open(std::shared_ptr<CFBEntry> entry) {
     opened_->insert(entry->dirEntry());
-    // Without a property stream the storage is some other document (a Word file, an OLE
-    // object), not a message.
-    if (auto stream = entry->entry(kPropertiesStream); !stream || !stream->isDocumentEntry())
-        return false;
+    if (!holdsMessageProperties(*entry)) return false;
     auto properties = processProperties(*entry, nullptr);
     if (!properties) return false;
     if (properties->isRootMessage) translateNames(properties->props, processNameIDs(*entry));

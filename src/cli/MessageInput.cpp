@@ -75,7 +75,9 @@ OpenedInput openInput(const std::string& path) {
             in.errorDomain = kOXMessageErrorDomain;
             in.errorCode = 2;
             // A compound file that opens but holds no message is another document.
-            if (CFBEntry::create(*data)) in.error = notAMessageText(*data);
+            if (auto root = CFBEntry::create(*data);
+                root && !OXMessage::holdsMessageProperties(*root))
+                in.error = notAMessageText(*data);
         }
         return in;
     }

@@ -15,6 +15,8 @@ namespace {
 constexpr uint32_t kSignature = 0x223E9F78;
 constexpr size_t kEmbeddedProbeLength = 24;
 constexpr size_t kEmbeddedMinimumLength = 44;
+// What records are read in until the stream says otherwise.
+constexpr StringEncoding kUnlabelledEncoding = kWindowsCP1252Encoding;
 
 // Finds a TNEF stream inside other data: the signature followed by an attTnefVersion record
 // of value 0x00010000. Returns where its first record starts.
@@ -40,7 +42,7 @@ TNEFMessage::TNEFMessage(Bytes data, const Dictionary* mimeMessageHeaders, bool 
     : data_(std::move(data)),
       ignoreChecksum_(ignoreChecksum),
       depth_(depth),
-      encoding_(kWindowsCP1252Encoding) {
+      encoding_(kUnlabelledEncoding) {
     if (mimeMessageHeaders) mimeMessageHeaders_ = *mimeMessageHeaders;
 }
 
@@ -113,9 +115,11 @@ bool TNEFMessage::read(TNEFError* error) {
 
     if (auto attr = findTNEFAttr(attributes_, attMAPIProps, atpByte))
         if (auto props = std::get_if<MAPIPropList>(&attr->value())) mapiprops_ = *props;
+    // Records were decoded as they came, some perhaps before attOemCodepage: unless all of
+    // them used the code page finally chosen, they are decoded again.
     const StringEncoding readWith = encoding_;
     processEncoding(mapiprops());
-    if (encoding_ != readWith) {
+    if (encoding_ != kUnlabelledEncoding || readWith != kUnlabelledEncoding) {
         for (const auto& attr : attributes_)
             attr->decodeTextAgain();
         for (const auto& attachment : attachments_)
