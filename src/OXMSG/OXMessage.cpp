@@ -328,6 +328,7 @@ void OXMessage::parseMessageHeaders() {
                         PR_SENDER_ENTRYID);
     for (const auto& row : processRecipients(*root_))
         addRecipient(row, to_, cc_, bcc_);
+    if (sender_) fillSmtpAddressFromRecipients(*sender_, {&to_, &cc_, &bcc_});
 }
 
 void OXMessage::mergeMimeMessageHeaders() {

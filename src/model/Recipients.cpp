@@ -1,5 +1,8 @@
 #include "model/Recipients.h"
 
+#include <algorithm>
+#include <cctype>
+
 #include "model/MAPIArray.h"
 #include "model/OneOffEntryID.h"
 #include "model/OutlookMessage.h"
@@ -45,6 +48,29 @@ void fillSmtpAddress(Address& address, const MAPIPropList* props,
     if (auto smtp =
             smtpAddressOfEntryID(*entryID, message ? message->encoding() : kWindowsCP1252Encoding))
         address.setSmtpAddress(std::move(smtp));
+}
+
+void fillSmtpAddressFromRecipients(Address& person,
+                                   std::initializer_list<const AddressList*> recipients) {
+    auto own = person.address();
+    if (person.smtpAddress() || !own || own->empty()) return;
+    auto same = [&](const std::string& other) {
+        return other.size() == own->size() &&
+               std::equal(other.begin(), other.end(), own->begin(), [](char a, char b) {
+                   return std::tolower(static_cast<unsigned char>(a)) ==
+                          std::tolower(static_cast<unsigned char>(b));
+               });
+    };
+    for (const AddressList* list : recipients) {
+        for (const auto& r : *list) {
+            auto address = r->address();
+            auto smtp = r->smtpAddress();
+            if (address && smtp && !smtp->empty() && same(*address)) {
+                person.setSmtpAddress(std::move(smtp));
+                return;
+            }
+        }
+    }
 }
 
 }  // namespace qb

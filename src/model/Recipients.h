@@ -17,4 +17,9 @@ void addRecipient(const MAPIPropList& row, AddressList& to, AddressList& cc, Add
 void fillSmtpAddress(Address& address, const MAPIPropList* props,
                      std::initializer_list<uint32_t> smtpTags, uint32_t entryIdTag);
 
+// Gives `person` the SMTP address of a recipient with the same address (X.500 names compared
+// without regard to case), when nothing else named one: a sender who is also a recipient.
+void fillSmtpAddressFromRecipients(Address& person,
+                                   std::initializer_list<const AddressList*> recipients);
+
 }  // namespace qb

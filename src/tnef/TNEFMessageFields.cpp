@@ -98,6 +98,7 @@ void TNEFMessage::parseRecipients() {
 void TNEFMessage::parseMessageHeaders() {
     parseSender();
     parseRecipients();
+    if (sender_) fillSmtpAddressFromRecipients(*sender_, {&to_, &cc_, &bcc_});
     const MAPIPropList* props = mapiprops();
     for (auto candidate : {stringForProperty(props, PR_SUBJECT),
                            stringValue(valueForTNEFName(attributes_, attSubject, atpString)),

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <chrono>
 
 #include "OXMSG/OXMessage.h"
@@ -264,6 +265,20 @@ TEST(OXMessage, SmtpAddressesBesideExchangeNames) {
     EXPECT_EQ(m->toRecipients()[1]->smtpAddress(), "cy@example.org");  // its own, type SMTP
     EXPECT_EQ(m->ccRecipients()[0]->smtpAddress(), "bo@example.org");
     EXPECT_EQ(internetAddress(*m->ccRecipients()[0]), "bo@example.org");
+
+    // A sender who is also a recipient: the row's SMTP address, the X.500 name compared
+    // without regard to case.
+    MsgFile self;
+    self.root.unicode(0x0C1A, "Ann Lee").string8(0x0C1E, "EX").unicode(0x0C1F, x500);
+    std::string shouted = x500;
+    for (char& c : shouted)
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    MsgProps upper;
+    upper.unicode(0x3001, "Ann").string8(0x3002, "EX").unicode(0x3003, shouted);
+    upper.unicode(0x39FE, "ann@example.org");
+    self.recipients = {upper};
+    EXPECT_EQ(OXMessage::create(Bytes::fromString(self.write()))->sender()->smtpAddress(),
+              "ann@example.org");
 
     // The sender's one-off entry id, when nothing else names the address.
     MsgFile g;
