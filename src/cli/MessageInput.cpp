@@ -1,11 +1,10 @@
 #include "cli/MessageInput.h"
 
-#include <cstdio>
-#include <cstring>
-
 #include <fmt/format.h>
 
 #include <cctype>
+#include <cstdio>
+#include <cstring>
 #include <string_view>
 
 #include "OXMSG/OXMessage.h"
