@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 seconds=${1:-60}
 shift || true
 targets=("$@")
-[[ ${#targets[@]} -gt 0 ]] || targets=(fuzz_tnef fuzz_msg fuzz_rtf fuzz_richtext fuzz_mailkit fuzz_formats fuzz_export)
+[[ ${#targets[@]} -gt 0 ]] || targets=(fuzz_tnef fuzz_msg fuzz_rtf fuzz_richtext fuzz_mailkit fuzz_formats fuzz_export fuzz_records)
 
 QB_EXTRA_PACKAGES="clang libclang-rt-14-dev" scripts/install-deps.sh
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DQB_FUZZ=ON -DQB_BUILD_TESTS=OFF \
@@ -35,6 +35,10 @@ for t in "${targets[@]}"; do
       printf '{\\rtf1\\ansi\\fromhtml1 {\\*\\htmltag19 <html>}\\htmlrtf x\\htmlrtf0 y{\\*\\mhtmltag84 <img src="cid:a">}{\\*\\htmltag84 <img src="a">}}' > "$seeds"/html.rtf ;;
     fuzz_export) cp "$work"/winmail.dat "$seeds"/; [[ -d $corpus/tnef ]] && cp $corpus/tnef/* "$seeds"/; [[ -d $corpus/msg ]] && cp $corpus/msg/*.msg "$seeds"/ ;;
     fuzz_formats) cp "$work"/winmail.dat "$seeds"/; [[ -d $corpus/msg ]] && cp $corpus/msg/51873.msg "$seeds"/ ;;
+    fuzz_records)
+      # A one-off entry id (SMTP, Unicode) and a packaged file.
+      printf '\x00\x00\x00\x00\x81\x2b\x1f\xa4\xbe\xa3\x10\x19\x9d\x6e\x00\xdd\x01\x0f\x54\x02\x00\x00\x00\x80A\x00\x00\x00S\x00M\x00T\x00P\x00\x00\x00a\x00@\x00b\x00\x00\x00' > "$seeds"/oneoff
+      printf '\x23\x00\x00\x00\x02\x00a.txt\x00C:\\a.txt\x00\x00\x00\x03\x00\x03\x00\x00\x00t\x00\x00\x03\x00\x00\x00abc' > "$seeds"/package ;;
     fuzz_mailkit) [[ -d $corpus/golden/msg ]] && for f in $corpus/golden/msg/*.eml; do head -c 4000 "$f" > "$seeds/$(basename "$f")"; done ;;
   esac
   touch "$seeds/empty"

@@ -2,7 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cctype>
+
 #include "mailkit/MKMimeHeadersParser.h"
+#include "model/CodePage.h"
 #include "model/MAPIArray.h"
 #include "model/PropertyTags.h"
 #include "model/Recipients.h"
@@ -23,6 +27,13 @@ constexpr const char* kNameIdStorage = "__nameid_version1.0";
 // The fixed GUID of named-property indices 0 to 2, as the bytes are written.
 constexpr uint8_t kFixedGUID[16] = {0x00, 0x02, 0x03, 0x29, 0x00, 0x00, 0x00, 0x00,
                                     0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46};
+
+bool equalsIgnoringCase(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+               return std::tolower(static_cast<unsigned char>(x)) ==
+                      std::tolower(static_cast<unsigned char>(y));
+           });
+}
 
 std::optional<uint32_t> hex4(std::string_view s) {
     if (s.size() != 4) return std::nullopt;
@@ -55,8 +66,18 @@ std::shared_ptr<OXMessage> OXMessage::create(std::shared_ptr<CFBEntry> entry, bo
     return message;
 }
 
+bool OXMessage::holdsMessageProperties(const CFBEntry& storage) {
+    // A damaged message may have lost its fixed-size property stream, not all of them.
+    const auto& children = storage.entries();
+    return std::any_of(children.begin(), children.end(), [](const auto& child) {
+        return child->isDocumentEntry() &&
+               (child->name() == kPropertiesStream || child->name().starts_with(kSubstgPrefix));
+    });
+}
+
 bool OXMessage::open(std::shared_ptr<CFBEntry> entry) {
     opened_->insert(entry->dirEntry());
+    if (!holdsMessageProperties(*entry)) return false;
     auto properties = processProperties(*entry, nullptr);
     if (!properties) return false;
     if (properties->isRootMessage) translateNames(properties->props, processNameIDs(*entry));
@@ -274,6 +295,15 @@ AttachmentList OXMessage::processAttachments(const CFBEntry& root) const {
                 auto message = std::make_shared<OXMessage>(ignoreChecksum_, depth_ + 1, opened_);
                 if (message->open(embedded)) nested = std::move(message);
             }
+            // A storage that is no message is an embedded OLE object: it becomes the
+            // attachment's PR_ATTACH_DATA_OBJ, as TNEF gives it.
+            if (!nested && embedded->isDirectoryEntry()) {
+                auto value =
+                    MAPIValue::create(Bytes(), PT_OBJECT, propId(PR_ATTACH_DATA_OBJ), self());
+                value->setValue(embedded);
+                properties->props.push_back(std::make_shared<MAPIProp>(
+                    std::move(value), PT_OBJECT, propId(PR_ATTACH_DATA_OBJ), nullptr));
+            }
         }
         list.push_back(std::make_shared<TNEFAttachment>(std::move(properties->props),
                                                         std::move(nested), self()));
@@ -282,11 +312,7 @@ AttachmentList OXMessage::processAttachments(const CFBEntry& root) const {
 }
 
 void OXMessage::processEncoding(const MAPIPropList& props) {
-    auto codePage = uint32ForProperty(&props, PR_MESSAGE_CODEPAGE);
-    if (!codePage) codePage = uint32ForProperty(&props, PR_INTERNET_CPID);
-    if (!codePage) return;
-    const StringEncoding e = encodingForWindowsCodePage(*codePage);
-    if (e != kInvalidEncoding) encoding_ = e;
+    encoding_ = encodingOf8BitStrings(&props);
 }
 
 void OXMessage::parseMessageHeaders() {
@@ -296,16 +322,39 @@ void OXMessage::parseMessageHeaders() {
     if (auto address = stringForProperty(props, PR_SENDER_EMAIL_ADDRESS))
         sender_ = std::make_shared<Address>(stringForProperty(props, PR_SENDER_NAME), address,
                                             stringForProperty(props, PR_SENDER_ADDRTYPE));
+    if (sender_)
+        fillSmtpAddress(*sender_, props,
+                        {PR_SENDER_SMTP_ADDRESS, PR_SENT_REPRESENTING_SMTP_ADDRESS},
+                        PR_SENDER_ENTRYID);
     for (const auto& row : processRecipients(*root_))
         addRecipient(row, to_, cc_, bcc_);
+    if (sender_) fillSmtpAddressFromRecipients(*sender_, {&to_, &cc_, &bcc_});
 }
 
 void OXMessage::mergeMimeMessageHeaders() {
     auto text = stringForProperty(&props_, PR_TRANSPORT_MESSAGE_HEADERS);
     if (!text) return;
     const MKMessageHeaders headers(*text);
-    auto toAddress = [](const MKEmailAddress& m) {
-        return std::make_shared<Address>(m.displayName(), m.userAtDomain(), std::string("SMTP"));
+    // A bare address in the headers keeps the name the recipient rows give that address.
+    AddressList known = to_;
+    known.insert(known.end(), cc_.begin(), cc_.end());
+    known.insert(known.end(), bcc_.begin(), bcc_.end());
+    if (sender_) known.push_back(sender_);
+    auto knownName = [&](const std::string& address) -> std::optional<std::string> {
+        for (const auto& a : known) {
+            auto smtp = a->smtpAddress();
+            if (smtp && equalsIgnoringCase(*smtp, address) && a->displayName() &&
+                !a->displayName()->empty())
+                return a->displayName();
+        }
+        return std::nullopt;
+    };
+    auto toAddress = [&](const MKEmailAddress& m) {
+        std::optional<std::string> name = m.displayName();
+        const std::string address = m.userAtDomain().value_or("");
+        if (!m.addressComment() || m.addressComment()->empty())
+            if (auto kept = knownName(address)) name = kept;
+        return std::make_shared<Address>(name, m.userAtDomain(), std::string("SMTP"));
     };
     // Only mailboxes with an address count: a bare name ("From: \"alec milton\"") does
     // not replace what the properties say.

@@ -36,6 +36,10 @@ class OXMessage : public OutlookMessage {
     // attachment back to one of them, which is then not opened again.
     using OpenedStorages = std::set<const POLE::DirEntry*>;
 
+    // Whether a storage holds any property stream of a message; without one it is another
+    // kind of document (a Word file, an OLE object), not a message.
+    static bool holdsMessageProperties(const CFBEntry& storage);
+
     std::optional<QBProperties> processProperties(const CFBEntry& storage,
                                                   const NameMap* names) const;
     MAPIPropList processPropertyList(const Bytes& stream, size_t headerSize) const;
@@ -83,7 +87,7 @@ class OXMessage : public OutlookMessage {
     bool ignoreChecksum_;
     int depth_;
     std::shared_ptr<OpenedStorages> opened_;
-    StringEncoding encoding_ = kISOLatin1Encoding;
+    StringEncoding encoding_ = kWindowsCP1252Encoding;
     std::shared_ptr<CFBEntry> root_;
     TNEFAttrList noAttributes_;
     MAPIPropList props_;

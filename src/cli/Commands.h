@@ -16,7 +16,9 @@ enum class RTFBodyForm { RTF, HTML, Text };
 int runRTF(const std::string& file, const std::optional<std::string>& output, RTFBodyForm form);
 int runInfo(const std::vector<std::string>& files, bool json);
 // Every export of each message into a folder of its own inside `outDir` (default ".").
-int runExtract(const std::vector<std::string>& files, const std::optional<std::string>& outDir);
+// With `originalBodies`, also the bodies as the message stores them.
+int runExtract(const std::vector<std::string>& files, const std::optional<std::string>& outDir,
+               bool originalBodies = false);
 // The message as one RFC 2822 message.
 int runEml(const std::string& file, const std::optional<std::string>& output);
 

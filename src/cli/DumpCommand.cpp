@@ -6,6 +6,7 @@
 #include "OXMSG/OXMessage.h"
 #include "cli/Commands.h"
 #include "cli/MessageInput.h"
+#include "cli/OutputFile.h"
 #include "cli/ValueSummary.h"
 #include "model/MAPIProps.h"
 #include "model/PropertyTags.h"
@@ -112,14 +113,18 @@ class Dumper {
     void property(const MAPIProp& p, int depth) {
         const std::string pad(size_t(depth) * 4, ' ');
         std::string label;
-        if (auto name = nameForPropertyTag(p.tag()))
-            label = std::string(*name);
-        else
-            label = fmt::format("0x{:04X}", p.name());
         if (p.propName()) {
+            // A named property: its set and LID (or name) say what it is; the id is only
+            // where this file keeps it.
             const auto& n = *p.propName();
-            label += " " + (n.GUID() ? formatGUID(*n.GUID()) : std::string("{?}"));
-            if (n.name()) label += " " + quotedText(*n.name());
+            label = n.GUID() ? formatGUID(*n.GUID()) : std::string("{?}");
+            label += n.name() ? " " + quotedText(*n.name()) : fmt::format(" 0x{:04X}", n.propID());
+            if (n.name() || n.propID() != p.name())
+                label += fmt::format(" (id 0x{:04X})", p.name());
+        } else if (auto name = nameForPropertyTag(p.tag())) {
+            label = std::string(*name);
+        } else {
+            label = fmt::format("0x{:04X}", p.name());
         }
         std::string type = propTypeName(p.type());
         if (p.isMultiValued() && p.values().size() != 1) {
@@ -128,8 +133,8 @@ class Dumper {
                 value(*v, depth + 1, "- ");
         } else {
             out += fmt::format("{}{} {}: ", pad, label, type);
-            if (p.singleValue())
-                value(*p.singleValue(), depth, "");
+            if (auto v = p.value())
+                value(*v, depth, "");
             else
                 out += "(no value)\n";
         }
@@ -167,8 +172,10 @@ int runDump(const std::vector<std::string>& files) {
         if (in.message) {
             std::string text = fmt::format("{}: {}\n", file, formatName(in.format));
             text += dumpMessage(*in.message);
-            std::fwrite(text.data(), 1, text.size(), stdout);
-            std::fflush(stdout);
+            if (!writeStandardOutput(text)) {
+                reportStandardOutputFailure();
+                return 1;
+            }
         }
         if (in.error) {
             reportFailure(file, *in.error);

@@ -12,8 +12,9 @@
 #include "cli/MessageInput.h"
 #include "cli/OutputFile.h"
 #include "exporters/AttachmentExporter.h"
-#include "exporters/ContentIDLinks.h"
+#include "exporters/ContentIDs.h"
 #include "exporters/SafeFilename.h"
+#include "exporters/OriginalBodies.h"
 #include "exporters/TNEFMessageExporter.h"
 
 namespace qb::cli {
@@ -96,7 +97,7 @@ ContentIDFiles filesOfContentIDs(const TNEFMessageExporter& exporter) {
         const auto* file = dynamic_cast<const AttachmentExporter*>(e.get());
         if (!file || !file->attachment()) continue;
         if (auto id = file->attachment()->contentId(); id && !id->empty())
-            files.emplace(contentIDKey(*id), name);
+            files.emplace(normalizedContentID(*id), name);
     }
     return files;
 }
@@ -107,8 +108,8 @@ struct Totals {
 };
 
 // Writes every export of one message; false when anything could not be written.
-bool extractMessage(const OpenedInput& in, const std::string& parent, Progress& progress,
-                    Totals& totals) {
+bool extractMessage(const OpenedInput& in, const std::string& parent, bool originalBodies,
+                    Progress& progress, Totals& totals) {
     auto exporter = TNEFMessageExporter::create(in.message, nullptr, false);
     auto folder = ExtractFolder::create(parent, folderNameFor(in.path));
     if (!folder) {
@@ -153,12 +154,16 @@ bool extractMessage(const OpenedInput& in, const std::string& parent, Progress& 
             save(e->filename().value_or("Untitled"), *data);
         }
     }
+    if (originalBodies)
+        for (const auto& body : qb::originalBodies(*in.message))
+            save(body.filename, body.data);
     return ok;
 }
 
 }  // namespace
 
-int runExtract(const std::vector<std::string>& files, const std::optional<std::string>& outDir) {
+int runExtract(const std::vector<std::string>& files, const std::optional<std::string>& outDir,
+               bool originalBodies) {
     const std::string parent = outDir.value_or(".");
     if (!makeDirectories(parent)) {
         std::fprintf(stderr, "quillbox: %s: cannot create the folder: %s\n", parent.c_str(),
@@ -177,7 +182,7 @@ int runExtract(const std::vector<std::string>& files, const std::optional<std::s
             ++totals.failed;
             continue;
         }
-        bool ok = extractMessage(in, parent, progress, totals);
+        bool ok = extractMessage(in, parent, originalBodies, progress, totals);
         if (in.error) {
             // Read only in part: what could be read is written, and the input counts as failed.
             progress.clear();

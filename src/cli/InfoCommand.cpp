@@ -5,21 +5,23 @@
 #include "cli/Commands.h"
 #include "cli/MessageInput.h"
 #include "cli/MessageSummary.h"
+#include "cli/OutputFile.h"
 #include "platform/Dictionary.h"
 
 namespace qb::cli {
 
-namespace {
-
-void print(const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
-}
-
-}  // namespace
+namespace {}  // namespace
 
 int runInfo(const std::vector<std::string>& files, bool json) {
     int status = 0;
+    bool outputFailed = false;
+    // After the first failure nothing more is written: the output is lost anyway.
+    auto print = [&](const std::string& text) {
+        if (!outputFailed && !writeStandardOutput(text)) {
+            outputFailed = true;
+            reportStandardOutputFailure();
+        }
+    };
     for (const auto& file : files) {
         OpenedInput in = openInput(file);
         if (!in.message) {
@@ -49,7 +51,7 @@ int runInfo(const std::vector<std::string>& files, bool json) {
             reportFailure(file, *in.error);
         }
     }
-    return status;
+    return outputFailed ? 1 : status;
 }
 
 }  // namespace qb::cli

@@ -1,10 +1,15 @@
 #include "cli/MessageInput.h"
 
+#include <fmt/format.h>
+
+#include <cctype>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include "OXMSG/OXMessage.h"
 #include "OXMSG/cfb/POLE.h"
+#include "formats/QBFileFormat.h"
 #include "platform/FileData.h"
 #include "platform/Localized.h"
 #include "tnef/TNEFMessage.h"
@@ -17,6 +22,24 @@ constexpr uint8_t kCompoundFileSignature[8] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB
 constexpr const char* kOXMessageErrorDomain = "OXMessageErrorDomain";
 constexpr const char* kUnrecognizedText =
     "It may be damaged or use a file format that Quillbox doesn't recognize.";
+
+constexpr const char* kNotAMessageText = "The file \"%@\" is not an Outlook message.";
+constexpr const char* kNotAMessageKindText = "The file \"%@\" is not an Outlook message: it is {}.";
+
+// What the file is instead, as its format's description says it ("a Microsoft Word
+// document").
+std::string notAMessageText(const Bytes& data) {
+    const QBFileFormat* format = QBFileFormat::fileFormatOfData(data);
+    if (!format || format->description.empty() ||
+        format->identifier == "com.microsoft.outlook.message")
+        return localized(kNotAMessageText);
+    const char first =
+        static_cast<char>(std::tolower(static_cast<unsigned char>(format->description[0])));
+    const char* article =
+        std::string_view("aeiou").find(first) != std::string_view::npos ? "an" : "a";
+    return fmt::format(fmt::runtime(localized(kNotAMessageKindText)),
+                       fmt::format("{} {}", article, format->description));
+}
 
 }  // namespace
 
@@ -50,6 +73,10 @@ OpenedInput openInput(const std::string& path) {
             in.error = localized(kUnrecognizedText);
             in.errorDomain = kOXMessageErrorDomain;
             in.errorCode = 2;
+            // A compound file that opens but holds no message is another document.
+            if (auto root = CFBEntry::create(*data);
+                root && !OXMessage::holdsMessageProperties(*root))
+                in.error = notAMessageText(*data);
         }
         return in;
     }
@@ -66,11 +93,15 @@ OpenedInput openInput(const std::string& path) {
     return in;
 }
 
-void reportFailure(const std::string& path, const std::string& reason) {
+std::string filledErrorText(const std::string& path, const std::string& reason) {
     // The reader's texts leave the file name open as "%@"; here we know it.
     std::string text = reason;
     if (auto at = text.find("%@"); at != std::string::npos) text.replace(at, 2, path);
-    std::fprintf(stderr, "quillbox: %s: %s\n", path.c_str(), text.c_str());
+    return text;
+}
+
+void reportFailure(const std::string& path, const std::string& reason) {
+    std::fprintf(stderr, "quillbox: %s: %s\n", path.c_str(), filledErrorText(path, reason).c_str());
 }
 
 }  // namespace qb::cli

@@ -31,5 +31,7 @@ OpenedInput openInput(const std::string& path);
 
 // "quillbox: <path>: <reason>" on standard error.
 void reportFailure(const std::string& path, const std::string& reason);
+// A reader's error text with the file name in the place it leaves open ("%@").
+std::string filledErrorText(const std::string& path, const std::string& reason);
 
 }  // namespace qb::cli

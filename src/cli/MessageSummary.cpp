@@ -2,7 +2,9 @@
 
 #include <fmt/format.h>
 
+#include "cli/ValueSummary.h"
 #include "model/MAPIArray.h"
+#include "model/MessageDate.h"
 #include "model/PropertyTags.h"
 #include "platform/Digest.h"
 #include "tnef/TNEFArray.h"
@@ -35,13 +37,6 @@ BodySizes bodySizes(const OutlookMessage& m) {
     return sizes;
 }
 
-// The message's date; a .msg leaves it to the properties: submit time, else delivery time.
-std::optional<Date> messageDate(const OutlookMessage& m) {
-    if (auto d = m.date()) return d;
-    if (auto d = dateForProperty(m.mapiprops(), PR_CLIENT_SUBMIT_TIME)) return d;
-    return dateForProperty(m.mapiprops(), PR_MESSAGE_DELIVERY_TIME);
-}
-
 Dictionary optionalJSON(const std::optional<std::string>& s) {
     return s ? Dictionary(*s) : Dictionary(nullptr);
 }
@@ -57,7 +52,18 @@ Dictionary addressJSON(const std::shared_ptr<Address>& a) {
     d["address"] = optionalJSON(a->address());
     d["type"] = optionalJSON(a->type());
     d["email"] = optionalJSON(a->email());
+    d["smtp"] = optionalJSON(a->smtpAddress());
     return d;
+}
+
+// The person as `info` shows them: the name with the Internet address, the SMTP address
+// standing in for an X.500 name.
+std::string addressText(const Address& a) {
+    const auto address = internetAddress(a);
+    const auto name = a.displayName();
+    if (name && !name->empty() && address && !address->empty())
+        return fmt::format("{} <{}>", *name, *address);
+    return a.email().value_or("");
 }
 
 Dictionary addressListJSON(const AddressList& list) {
@@ -71,7 +77,8 @@ std::string addressListText(const AddressList& list) {
     std::string out;
     for (const auto& a : list) {
         if (!out.empty()) out += ", ";
-        out += a->email().value_or("(empty)");
+        const std::string text = addressText(*a);
+        out += text.empty() ? "(empty)" : text;
     }
     return out;
 }
@@ -120,13 +127,13 @@ std::string messageText(const OutlookMessage& m, int indent, int depth) {
     const std::string pad(size_t(indent) * 2, ' ');
     std::string out;
     auto line = [&](const char* label, const std::string& value) {
-        if (!value.empty()) out += fmt::format("{}{:<9} {}\n", pad, label, value);
+        if (!value.empty()) out += fmt::format("{}{:<9} {}\n", pad, label, escapedText(value));
     };
     line("class:", m.messageClass().value_or(""));
     line("subject:", m.subject().value_or(""));
     const auto date = messageDate(m);
     line("date:", date ? formatRFC3339(*date) : "");
-    line("from:", m.sender() ? m.sender()->email().value_or("") : "");
+    line("from:", m.sender() ? addressText(*m.sender()) : "");
     line("to:", addressListText(m.toRecipients()));
     line("cc:", addressListText(m.ccRecipients()));
     line("bcc:", addressListText(m.bccRecipients()));
@@ -144,9 +151,10 @@ std::string messageText(const OutlookMessage& m, int indent, int depth) {
     out += fmt::format("{}attachments: {}\n", pad, m.attachments().size());
     for (const auto& a : m.attachments()) {
         auto data = a->rawData();
-        out += fmt::format("{}  - {}  {}  {}\n", pad, a->filename().value_or("(no name)"),
-                           a->mimeType().value_or("-"),
-                           data ? fmt::format("{} bytes", data->size()) : "no data");
+        out +=
+            fmt::format("{}  - {}  {}  {}\n", pad, escapedText(a->filename().value_or("(no name)")),
+                        escapedText(a->mimeType().value_or("-")),
+                        data ? fmt::format("{} bytes", data->size()) : "no data");
         if (auto nested = a->nestedMessage(); nested && depth < kMaxNesting)
             out += messageText(*nested, indent + 2, depth + 1);
     }
@@ -168,6 +176,7 @@ Dictionary errorJSON(const OpenedInput& input) {
     d["domain"] = input.errorDomain;
     d["code"] = input.errorCode;
     d["description"] = input.error.value_or("");
+    d["message"] = filledErrorText(input.path, input.error.value_or(""));
     return d;
 }
 

@@ -24,4 +24,13 @@ bool writeOutput(const std::optional<std::string>& output, const Bytes& data,
     return ok;
 }
 
+bool writeStandardOutput(std::string_view text) {
+    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    return std::fflush(stdout) == 0 && written && !std::ferror(stdout);
+}
+
+void reportStandardOutputFailure() {
+    std::fprintf(stderr, "quillbox: standard output: %s\n", std::strerror(errno));
+}
+
 }  // namespace qb::cli

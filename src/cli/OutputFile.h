@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "platform/Bytes.h"
 
@@ -11,5 +12,12 @@ namespace qb::cli {
 // "-". Reports a failure against `inputName` and returns false when it cannot.
 bool writeOutput(const std::optional<std::string>& output, const Bytes& data,
                  const std::string& inputName);
+
+// Writes text to standard output and flushes it; false when that failed (a full disk, a
+// closed pipe), with errno set.
+bool writeStandardOutput(std::string_view text);
+
+// "quillbox: standard output: <reason>" on standard error, for a failed write.
+void reportStandardOutputFailure();
 
 }  // namespace qb::cli

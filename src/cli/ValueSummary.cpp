@@ -7,6 +7,47 @@
 
 namespace qb::cli {
 
+namespace {
+
+void appendEscaped(std::string& out, unsigned char c) {
+    switch (c) {
+        case '\n':
+            out += "\\n";
+            break;
+        case '\r':
+            out += "\\r";
+            break;
+        case '\t':
+            out += "\\t";
+            break;
+        default:
+            if (c < 0x20 || c == 0x7F)
+                out += fmt::format("\\x{:02x}", c);
+            else
+                out += static_cast<char>(c);
+    }
+}
+
+}  // namespace
+
+std::string escapedText(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    for (size_t i = 0; i < text.size(); ++i) {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
+        const unsigned char next =
+            i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0;
+        // C1 controls (U+0080 to U+009F) drive some terminals as ESC sequences do.
+        if (c == 0xC2 && next >= 0x80 && next <= 0x9F) {
+            out += fmt::format("\\u{:04x}", next);
+            ++i;
+            continue;
+        }
+        appendEscaped(out, c);
+    }
+    return out;
+}
+
 std::string quotedText(std::string_view text, size_t maxCodePoints) {
     std::string out = "\"";
     size_t count = 0;
@@ -16,28 +57,12 @@ std::string quotedText(std::string_view text, size_t maxCodePoints) {
             out += fmt::format("\"… ({} characters)", codePointCount(text));
             return out;
         }
-        switch (c) {
-            case '"':
-                out += "\\\"";
-                break;
-            case '\\':
-                out += "\\\\";
-                break;
-            case '\n':
-                out += "\\n";
-                break;
-            case '\r':
-                out += "\\r";
-                break;
-            case '\t':
-                out += "\\t";
-                break;
-            default:
-                if (c < 0x20 || c == 0x7F)
-                    out += fmt::format("\\x{:02x}", c);
-                else
-                    out += static_cast<char>(c);
-        }
+        if (c == '"')
+            out += "\\\"";
+        else if (c == '\\')
+            out += "\\\\";
+        else
+            appendEscaped(out, c);
     }
     return out + "\"";
 }

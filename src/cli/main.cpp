@@ -56,6 +56,10 @@ int main(int argc, char** argv) {
         "each message into a folder of its own");
     extract->add_option("FILE", files, "input files (- for standard input)")->required();
     extract->add_option("-o,--output", output, "where the folders go (default: here)");
+    bool originalBodies = false;
+    extract->add_flag("--original-bodies", originalBodies,
+                      "also write each body exactly as the message stores it "
+                      "(Message.original.html, Message.rtf)");
 
     auto* eml = app.add_subcommand("eml", "Write the message as one .eml file");
     std::string emlFile;
@@ -75,7 +79,7 @@ int main(int argc, char** argv) {
                                : rtfText ? qb::cli::RTFBodyForm::Text
                                          : qb::cli::RTFBodyForm::RTF);
     if (*info) return qb::cli::runInfo(files, json);
-    if (*extract) return qb::cli::runExtract(files, output);
+    if (*extract) return qb::cli::runExtract(files, output, originalBodies);
     if (*eml) return qb::cli::runEml(emlFile, output);
     return 2;
 }

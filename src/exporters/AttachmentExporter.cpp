@@ -1,10 +1,25 @@
 #include "exporters/AttachmentExporter.h"
 
+#include <algorithm>
+#include <cctype>
+
+#include "exporters/ContentIDs.h"
+#include "exporters/OLEObjectFile.h"
 #include "formats/QBFileFormat.h"
 #include "mime/ContentCoders.h"
+#include "mime/FieldCoders.h"
 #include "mime/MimeTypes.h"
 
 namespace qb {
+
+std::string lastPathComponent(std::string_view name) {
+    // Windows paths too: C:\Users\bob\evil.txt, and a bare drive letter, C:evil.txt.
+    if (const size_t separator = name.find_last_of("/\\"); separator != std::string::npos)
+        name.remove_prefix(separator + 1);
+    if (name.size() >= 2 && name[1] == ':' && std::isalpha(static_cast<unsigned char>(name[0])))
+        name.remove_prefix(2);
+    return std::string(name);
+}
 
 std::string filenameWithDetectedExtension(std::string name, const Bytes& data) {
     if (!pathExtension(name).empty()) return name;
@@ -23,12 +38,16 @@ AttachmentExporter::AttachmentExporter(std::shared_ptr<TNEFAttachment> attachmen
 std::shared_ptr<AttachmentExporter> AttachmentExporter::create(
     std::shared_ptr<TNEFAttachment> attachment) {
     if (!attachment) return nullptr;
-    std::string name = attachment->filename().value_or("");
-    if (const size_t slash = name.find_last_of('/'); slash != std::string::npos)
-        name.erase(0, slash + 1);
+    std::string name = lastPathComponent(attachment->filename().value_or(""));
     if (name.empty()) name = "Untitled Attachment";
     auto data = attachment->rawData();
-    if (!data) return nullptr;
+    if (!data) {
+        auto object = fileOfOLEObject(*attachment);
+        if (!object) return nullptr;
+        data = object->data;
+        if (const std::string packed = lastPathComponent(object->filename); !packed.empty())
+            name = packed;
+    }
     return std::shared_ptr<AttachmentExporter>(
         new AttachmentExporter(std::move(attachment), std::move(*data), std::move(name)));
 }
@@ -40,7 +59,21 @@ std::shared_ptr<AttachmentExporter> AttachmentExporter::create(Bytes data, std::
 
 EDMessagePartPtr AttachmentExporter::messagePart() const {
     std::call_once(partOnce_, [&] {
-        part_ = EDMultimediaContentCoder(data_.view(), filename_.value_or(""), false).messagePart();
+        part_ =
+            EDMultimediaContentCoder(data_.view(), filename_.value_or(""), inline_).messagePart();
+        if (!attachment_) return;
+        // Mail readers find the pictures of an HTML body by these.
+        if (auto id = attachment_->contentId()) {
+            const std::string bare = bareContentID(*id);
+            const bool printable = std::all_of(bare.begin(), bare.end(), [](char c) {
+                return c > 0x20 && c < 0x7F && c != '<' && c != '>';
+            });
+            if (!bare.empty() && printable)
+                part_->headers().setHeader("<" + bare + ">", "Content-ID");
+        }
+        if (auto location = attachment_->contentLocation(); location && !location->empty())
+            part_->headers().setHeader(EDTextFieldCoder::encoderWithText(*location).fieldBody(),
+                                       "Content-Location");
     });
     return part_;
 }

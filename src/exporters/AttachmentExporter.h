@@ -17,6 +17,10 @@ class AttachmentExporter : public QBExporter {
     static std::shared_ptr<AttachmentExporter> create(Bytes data, std::string filename);
 
     std::shared_ptr<TNEFAttachment> attachment() const { return attachment_; }
+    // Whether the part is shown inline (a picture the HTML body refers to); set before the
+    // first call of messagePart().
+    bool isInline() const { return inline_; }
+    void setInline(bool v) { inline_ = v; }
 
     std::optional<std::string> filename() const override { return filename_; }
     void setFilename(std::optional<std::string> name) override { filename_ = std::move(name); }
@@ -32,9 +36,13 @@ class AttachmentExporter : public QBExporter {
     std::shared_ptr<TNEFAttachment> attachment_;
     Bytes data_;
     std::optional<std::string> filename_;
+    bool inline_ = false;
     mutable std::once_flag partOnce_;
     mutable EDMessagePartPtr part_;
 };
+
+// The last component of a path, "/" and "\\" both separators, a drive letter dropped.
+std::string lastPathComponent(std::string_view name);
 
 // The name with the detected format's extension appended when it has none.
 std::string filenameWithDetectedExtension(std::string name, const Bytes& data);

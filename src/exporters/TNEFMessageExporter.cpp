@@ -1,12 +1,18 @@
 #include "exporters/TNEFMessageExporter.h"
 
+#include <set>
+
 #include "exporters/AttachmentExporter.h"
+#include "exporters/ContentIDs.h"
 #include "exporters/HTMLExporter.h"
 #include "exporters/PlainTextExporter.h"
 #include "exporters/RTFExporter.h"
 #include "mime/ContentCoders.h"
 #include "mime/FieldCoders.h"
 #include "mime/MimeConstants.h"
+#include "model/MAPIArray.h"
+#include "model/MessageDate.h"
+#include "model/PropertyTags.h"
 #include "tnef/TNEFAttachment.h"
 
 namespace qb {
@@ -103,10 +109,11 @@ void TNEFMessageExporter::build(const std::shared_ptr<TNEFMessageExporter>& pare
     }
     if (isNestedMessage_ && !alternatives.empty())
         parts.push_back(EDCompositeContentCoder(std::move(alternatives))
-                            .messagePartWithSubtype(kMimeMultipartSubtypeAternative));
+                            .messagePartWithSubtype(kMimeMultipartSubtypeAternative, parts.size()));
     textExporters_ = std::move(texts);
 
     const auto self = shared_from_this();
+    const std::set<std::string> shownByBody = contentIDsReferencedByHTMLBody(msg);
     for (const auto& attachment : msg.attachments()) {
         if (!attachment) continue;
         if (auto nested = attachment->nestedMessage()) {
@@ -121,6 +128,8 @@ void TNEFMessageExporter::build(const std::shared_ptr<TNEFMessageExporter>& pare
                     attachments.push_back(e);
             }
         } else if (auto file = AttachmentExporter::create(attachment)) {
+            if (auto id = attachment->contentId())
+                file->setInline(shownByBody.contains(normalizedContentID(*id)));
             if (isNestedMessage_) parts.push_back(file->messagePart());
             attachments.push_back(file);
         }
@@ -147,9 +156,17 @@ void TNEFMessageExporter::build(const std::shared_ptr<TNEFMessageExporter>& pare
     mime->addToHeaderFields("Subject", EDTextFieldCoder::encoderWithText(subject).fieldBody());
     filename_ = emlFilenameForSubject(subject);
 
-    if (auto date = msg.date()) {
+    if (auto date = messageDate(msg)) {
         mime->addToHeaderFields("Date", EDDateFieldCoder::encoderWithDate(*date).fieldBody());
         metadata["Date"] = formatRFC3339(*date);
+    }
+    // What ties the message into its thread, as the message received it.
+    for (auto [name, tag] : {std::pair{"Message-ID", PR_INTERNET_MESSAGE_ID},
+                             std::pair{"In-Reply-To", PR_IN_REPLY_TO_ID},
+                             std::pair{"References", PR_INTERNET_REFERENCES}}) {
+        auto value = stringForProperty(msg.mapiprops(), tag);
+        if (value && !value->empty())
+            mime->addToHeaderFields(name, EDTextFieldCoder::encoderWithText(*value).fieldBody());
     }
 
     // A wrapper whose only content is an attached message is described by that message.
@@ -163,7 +180,7 @@ void TNEFMessageExporter::build(const std::shared_ptr<TNEFMessageExporter>& pare
         if (!metadata.contains("Subject"))
             if (auto s = nested->subject(); s && !s->empty()) metadata["Subject"] = *s;
         if (!metadata.contains("Date"))
-            if (auto d = nested->date()) metadata["Date"] = formatRFC3339(*d);
+            if (auto d = messageDate(*nested)) metadata["Date"] = formatRFC3339(*d);
     }
 
     if (isNestedMessage_) {

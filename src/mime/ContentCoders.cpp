@@ -40,6 +40,21 @@ std::string newBoundary() {
     return fmt::format(kMimeMultipartBoundaryFormatString, newUUIDString());
 }
 
+std::string boundaryForParts(std::string_view subtype, size_t position,
+                             const std::vector<EDMessagePartPtr>& parts) {
+    NameBasedUUID uuid;
+    uuid.add(subtype);
+    uuid.add(fmt::format("\n{}\n", position));
+    for (const auto& p : parts) {
+        const std::string head = p->headers().foldedHeaderString();
+        // Lengths first, so that no two different lists of parts hash the same pieces.
+        uuid.add(fmt::format("{} {}\n", head.size(), p->contentData().size()));
+        uuid.add(head);
+        uuid.add(p->contentData());
+    }
+    return fmt::format(kMimeMultipartBoundaryFormatString, uuid.finish());
+}
+
 std::string assembleMultipartBody(std::string_view boundary,
                                   const std::vector<EDMessagePartPtr>& parts) {
     size_t size = 0;
@@ -95,9 +110,10 @@ EDMessagePartPtr EDMultimediaContentCoder::messagePart() const {
     return part;
 }
 
-EDMessagePartPtr EDCompositeContentCoder::messagePartWithSubtype(std::string_view subtype) const {
+EDMessagePartPtr EDCompositeContentCoder::messagePartWithSubtype(std::string_view subtype,
+                                                                 size_t position) const {
     auto part = std::make_shared<EDMessagePart>();
-    const std::string boundary = newBoundary();
+    const std::string boundary = boundaryForParts(subtype, position, subparts_);
     part->headers().setHeader(
         fmt::format("{}/{};\r\n boundary=\"{}\"", kMimeTypeMultipart, subtype, boundary),
         kMimeHeaderContentType);

@@ -49,7 +49,9 @@ class EDCompositeContentCoder {
   public:
     explicit EDCompositeContentCoder(std::vector<EDMessagePartPtr> subparts)
         : subparts_(std::move(subparts)) {}
-    EDMessagePartPtr messagePartWithSubtype(std::string_view subtype) const;
+    // The boundary is drawn from the parts and the part's position among its siblings, so
+    // the same parts always give the same bytes.
+    EDMessagePartPtr messagePartWithSubtype(std::string_view subtype, size_t position = 0) const;
     // A top-level multipart/mixed entity with "MIME-Version: 1.0". Without parts the
     // message is an empty text/plain one, since a multipart needs at least one part.
     EDMessagePartPtr message() const;
@@ -60,6 +62,9 @@ class EDCompositeContentCoder {
 
 // "MKMimeKit=_" and a fresh upper-case UUID: 47 characters.
 std::string newBoundary();
+// "MKMimeKit=_" and the name-based UUID of a multipart's subtype, position and parts.
+std::string boundaryForParts(std::string_view subtype, size_t position,
+                             const std::vector<EDMessagePartPtr>& parts);
 
 // The body of a multipart entity: each part's header block and body after a delimiter
 // line, then the closing delimiter.

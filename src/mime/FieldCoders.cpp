@@ -85,7 +85,22 @@ std::string quotedString(std::string_view s) {
 
 std::string phrase(std::string_view name) {
     const std::string clean = withoutControls(name);
-    if (!isAsciiPrintable(clean)) return encodedWords(clean);
+    if (!isAsciiPrintable(clean)) {
+        // Readers join the encoded words of a phrase with a space, so each word of the name
+        // is encoded on its own: a word cut in two would come back as two.
+        std::string out;
+        size_t start = 0;
+        while (start <= clean.size()) {
+            size_t end = clean.find(' ', start);
+            if (end == std::string::npos) end = clean.size();
+            if (end > start) {
+                if (!out.empty()) out += ' ';
+                out += encodedWords(std::string_view(clean).substr(start, end - start));
+            }
+            start = end + 1;
+        }
+        return out;
+    }
     if (isPhraseAtom(clean)) return clean;
     return quotedString(clean);
 }
@@ -145,6 +160,10 @@ std::optional<std::string> mailboxFieldBody(const Address& address) {
     const bool exchange = address.type() && *address.type() == "EX";
     if (!addr.empty() && !exchange && isInternetAddress(addr))
         return name.empty() ? addr : phrase(name) + " <" + addr + ">";
+    // The message may know the person's Internet address beside an X.500 name.
+    if (const std::string smtp = withoutControls(address.smtpAddress().value_or(""));
+        isInternetAddress(smtp))
+        return name.empty() ? smtp : phrase(name) + " <" + smtp + ">";
     std::string shown = name.empty() ? addr : name;
     if (shown.empty()) shown = withoutControls(address.email().value_or(""));
     if (shown.empty()) return std::nullopt;

@@ -40,8 +40,8 @@ class EDDateFieldCoder {
 std::string encodedWords(std::string_view utf8);
 
 // One address as a mail reader parses it: "name <local@domain>", the name as an atom run,
-// a quoted string or encoded words. Without an Internet address (none, or an Exchange
-// X.500 name) the name becomes an empty group, "name (x500 address):;", the only valid form
+// a quoted string or encoded words. An Exchange X.500 name gives way to the SMTP address
+// the message holds for the person. Without any Internet address the name becomes an empty group, "name (x500 address):;", the only valid form
 // for it. Nothing when the address has neither name nor address.
 std::optional<std::string> mailboxFieldBody(const Address& address);
 

@@ -13,6 +13,11 @@ bool nonEmpty(const Address::Text& t) {
     return t && !t->empty();
 }
 
+bool isSMTPType(std::string_view type) {
+    return type.size() == 4 && (type[0] | 0x20) == 's' && (type[1] | 0x20) == 'm' &&
+           (type[2] | 0x20) == 't' && (type[3] | 0x20) == 'p';
+}
+
 }  // namespace
 
 Address::Address(Text displayName, Text address, Text type, uint32_t trpId)
@@ -26,6 +31,7 @@ Address::Address(Text displayName, Text address, Text type, uint32_t trpId)
         email_ = address_;
     else if (nonEmpty(displayName_))
         email_ = displayName_;
+    if (nonEmpty(address_) && type_ && isSMTPType(*type_)) smtpAddress_ = address_;
 }
 
 std::shared_ptr<Address> Address::fromString(const std::string& text) {
@@ -67,7 +73,11 @@ Address::Text Address::displayName() const {
     QB_LOCKED_GET(address_)} Address::Text Address::type() const {
     QB_LOCKED_GET(type_)} Address::Text Address::email() const {
     QB_LOCKED_GET(email_)} uint16_t Address::trpId() const {
-    QB_LOCKED_GET(trpId_)
+    QB_LOCKED_GET(trpId_)} Address::Text Address::smtpAddress() const {
+    QB_LOCKED_GET(smtpAddress_)
+}
+void Address::setSmtpAddress(Text v) {
+    QB_LOCKED_SET(smtpAddress_, v)
 }
 void Address::setDisplayName(Text v) {
     QB_LOCKED_SET(displayName_, v)
@@ -92,6 +102,19 @@ void Address::setTrpId(uint32_t v) {
 std::string Address::description() const {
     std::lock_guard lock(mutex_);
     return fmt::format("{} <{}>", displayName_.value_or("(null)"), address_.value_or("(null)"));
+}
+
+bool looksLikeInternetAddress(std::string_view address) {
+    const size_t at = address.rfind('@');
+    return at != std::string_view::npos && at > 0 && at + 1 < address.size() &&
+           address.find_first_of(" \t/<>\"") == std::string_view::npos;
+}
+
+Address::Text internetAddress(const Address& address) {
+    auto own = address.address();
+    if (own && looksLikeInternetAddress(*own)) return own;
+    if (auto smtp = address.smtpAddress(); nonEmpty(smtp)) return smtp;
+    return own;
 }
 
 }  // namespace qb

@@ -5,12 +5,15 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qb {
 
 // A sender or recipient. Every field may be absent; `email` is derived once, at
-// construction, and is not recomputed by the setters.
+// construction, and is not recomputed by the setters. `smtpAddress` is the person's
+// Internet address where the message gives one beside another kind of address (an Exchange
+// X.500 name); an address of type SMTP is its own.
 class Address {
   public:
     using Text = std::optional<std::string>;
@@ -28,22 +31,31 @@ class Address {
     Text type() const;
     Text email() const;
     uint16_t trpId() const;
+    Text smtpAddress() const;
 
     void setDisplayName(Text v);
     void setAddress(Text v);
     void setType(Text v);
     void setEmail(Text v);
     void setTrpId(uint32_t v);
+    void setSmtpAddress(Text v);
 
     // "<name> <<address>>"
     std::string description() const;
 
   private:
     mutable std::mutex mutex_;
-    Text displayName_, address_, type_, email_;
+    Text displayName_, address_, type_, email_, smtpAddress_;
     uint16_t trpId_ = 0;
 };
 
 using AddressList = std::vector<std::shared_ptr<Address>>;
+
+// Whether `address` has the shape of an Internet address (local@domain), not an X.500 name.
+bool looksLikeInternetAddress(std::string_view address);
+
+// The address to write or show for a person: the address itself when it is an Internet
+// address, else the SMTP address the message gives, else the address as it is.
+Address::Text internetAddress(const Address& address);
 
 }  // namespace qb

@@ -62,6 +62,17 @@ inline constexpr uint32_t PR_ADDRTYPE = 0x3002001E;
 inline constexpr uint32_t PR_EMAIL_ADDRESS = 0x3003001E;
 inline constexpr uint32_t PR_TRANSPORT_MESSAGE_HEADERS = 0x007D001E;
 inline constexpr uint32_t PR_INTERNET_CPID = 0x3FDE0003;
+inline constexpr uint32_t PR_MESSAGE_LOCALE_ID = 0x3FF10003;
+inline constexpr uint32_t PR_ENTRYID = 0x0FFF0102;
+inline constexpr uint32_t PR_SENDER_ENTRYID = 0x0C190102;
+inline constexpr uint32_t PR_SMTP_ADDRESS = 0x39FE001E;
+inline constexpr uint32_t PR_SENDER_SMTP_ADDRESS = 0x5D01001E;
+inline constexpr uint32_t PR_SENT_REPRESENTING_SMTP_ADDRESS = 0x5D02001E;
+inline constexpr uint32_t PR_INTERNET_MESSAGE_ID = 0x1035001E;
+inline constexpr uint32_t PR_INTERNET_REFERENCES = 0x1039001E;
+inline constexpr uint32_t PR_IN_REPLY_TO_ID = 0x1042001E;
+inline constexpr uint32_t PR_ATTACH_CONTENT_ID = 0x3712001E;
+inline constexpr uint32_t PR_ATTACH_CONTENT_LOCATION = 0x3713001E;
 
 inline constexpr uint32_t kRTFCompressedId = 0x1009;
 

@@ -13,8 +13,6 @@ namespace qb {
 
 namespace {
 
-constexpr uint32_t PR_ATTACH_CONTENT_ID = 0x3712001E;
-constexpr uint32_t PR_ATTACH_CONTENT_LOCATION = 0x3713001E;
 constexpr uint32_t PR_ATTACH_ENCODING = 0x37020102;
 constexpr int64_t kRenderingOLE = 3;
 constexpr uint8_t kMacBinaryOID[9] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x14, 0x03, 0x0B, 0x01};

@@ -46,6 +46,13 @@ TNEFAttr::TNEFAttr(const std::shared_ptr<const TNEFMessage>& message, const Byte
     decode(message);
 }
 
+void TNEFAttr::decodeTextAgain() {
+    if (name_ == attMAPIProps || name_ == attRecipTable || name_ == attAttachRenddata) return;
+    const bool text = type_ == atpTriples || type_ == atpString || type_ == atpText ||
+                      type_ == atpWord || name_ == attOwner || name_ == attSentFor;
+    if (text) decode(message_.lock());
+}
+
 void TNEFAttr::decode(const std::shared_ptr<const TNEFMessage>& message) {
     const StringEncoding encoding = message ? message->encoding() : kISOLatin1Encoding;
     const std::optional<Bytes> record = data_.sub(location_, length_);

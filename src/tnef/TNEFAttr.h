@@ -73,6 +73,10 @@ class TNEFAttr {
     Bytes rawData() const { return data_.slice(location_, length_); }
     const TNEFAttrValue& value() const { return value_; }
 
+    // Decodes a text-bearing record again with the message's encoding as it stands now: the
+    // code page of a stream's strings is only known once its property list has been read.
+    void decodeTextAgain();
+
     std::string nameString() const;
     std::string typeString() const;
     // "<TNEFAttr: 0x…>{name = attSubject, type = atpString, value = Hello}"

@@ -1,5 +1,6 @@
 #include "tnef/TNEFMessage.h"
 
+#include "model/CodePage.h"
 #include "model/MAPIArray.h"
 #include "model/PropertyTags.h"
 #include "platform/ByteReader.h"
@@ -14,6 +15,8 @@ namespace {
 constexpr uint32_t kSignature = 0x223E9F78;
 constexpr size_t kEmbeddedProbeLength = 24;
 constexpr size_t kEmbeddedMinimumLength = 44;
+// What records are read in until the stream says otherwise.
+constexpr StringEncoding kUnlabelledEncoding = kWindowsCP1252Encoding;
 
 // Finds a TNEF stream inside other data: the signature followed by an attTnefVersion record
 // of value 0x00010000. Returns where its first record starts.
@@ -39,7 +42,7 @@ TNEFMessage::TNEFMessage(Bytes data, const Dictionary* mimeMessageHeaders, bool 
     : data_(std::move(data)),
       ignoreChecksum_(ignoreChecksum),
       depth_(depth),
-      encoding_(kISOLatin1Encoding) {
+      encoding_(kUnlabelledEncoding) {
     if (mimeMessageHeaders) mimeMessageHeaders_ = *mimeMessageHeaders;
 }
 
@@ -89,9 +92,13 @@ bool TNEFMessage::read(TNEFError* error) {
     while (auto attr = readTNEFAttr(location, error)) {
         if (attr->level() == 1) {
             if (attr->name() == attOemCodepage) {
+                // Until the property list says otherwise, the records that follow use it.
                 if (auto b = std::get_if<Bytes>(&attr->value()); b && b->size() >= 2) {
-                    const StringEncoding e = encodingForWindowsCodePage(*ByteReader::u16le(*b, 0));
-                    if (e != kInvalidEncoding) encoding_ = e;
+                    oemCodePage_ = *ByteReader::u16le(*b, 0);
+                    if (auto cp = codePageFor8BitText(*oemCodePage_)) {
+                        const StringEncoding e = encodingForWindowsCodePage(*cp);
+                        if (e != kInvalidEncoding) encoding_ = e;
+                    }
                 }
             }
             attributes_.push_back(std::move(attr));
@@ -108,7 +115,17 @@ bool TNEFMessage::read(TNEFError* error) {
 
     if (auto attr = findTNEFAttr(attributes_, attMAPIProps, atpByte))
         if (auto props = std::get_if<MAPIPropList>(&attr->value())) mapiprops_ = *props;
+    // Records were decoded as they came, some perhaps before attOemCodepage: unless all of
+    // them used the code page finally chosen, they are decoded again.
+    const StringEncoding readWith = encoding_;
     processEncoding(mapiprops());
+    if (encoding_ != kUnlabelledEncoding || readWith != kUnlabelledEncoding) {
+        for (const auto& attr : attributes_)
+            attr->decodeTextAgain();
+        for (const auto& attachment : attachments_)
+            for (const auto& attr : attachment->attributes())
+                attr->decodeTextAgain();
+    }
     parseMessageHeaders();
     parseMimeMessageHeaders();
     return true;
@@ -140,10 +157,7 @@ std::shared_ptr<TNEFAttr> TNEFMessage::readTNEFAttr(size_t& location, TNEFError*
 }
 
 void TNEFMessage::processEncoding(const MAPIPropList* props) {
-    auto codePage = uint32ForProperty(props, PR_MESSAGE_CODEPAGE);
-    if (!codePage) return;
-    const StringEncoding e = encodingForWindowsCodePage(*codePage);
-    if (e != kInvalidEncoding) encoding_ = e;
+    encoding_ = encodingOf8BitStrings(props, oemCodePage_);
 }
 
 }  // namespace qb

@@ -40,6 +40,8 @@ class TNEFMessage : public OutlookMessage {
     // The next record at `location`, moving `location` past it; nothing at the end, on a bad
     // level or checksum, or when the record is cut off (then with `error` set).
     std::shared_ptr<TNEFAttr> readTNEFAttr(size_t& location, TNEFError* error);
+    // The code page of the 8-bit strings, from the property list's labels and the stream's
+    // attOemCodepage (see model/CodePage.h).
     void processEncoding(const MAPIPropList* props);
 
     // OutlookMessage
@@ -71,6 +73,7 @@ class TNEFMessage : public OutlookMessage {
     // Message fields, in the order create() derives them.
     void parseMessageHeaders();
     void parseSender();
+    void findSender();
     void parseRecipients();
     void parseMimeMessageHeaders();
 
@@ -79,6 +82,7 @@ class TNEFMessage : public OutlookMessage {
     bool ignoreChecksum_;
     int depth_;
     StringEncoding encoding_;
+    std::optional<uint32_t> oemCodePage_;
     TNEFAttrList attributes_;
     std::optional<MAPIPropList> mapiprops_;
     AttachmentList attachments_;

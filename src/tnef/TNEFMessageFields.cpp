@@ -47,6 +47,14 @@ AddressList addressListEntry(const Dictionary& headers, const char* key) {
 }  // namespace
 
 void TNEFMessage::parseSender() {
+    findSender();
+    if (sender_)
+        fillSmtpAddress(*sender_, mapiprops(),
+                        {PR_SENDER_SMTP_ADDRESS, PR_SENT_REPRESENTING_SMTP_ADDRESS},
+                        PR_SENDER_ENTRYID);
+}
+
+void TNEFMessage::findSender() {
     const MAPIPropList* props = mapiprops();
     auto name = stringForProperty(props, PR_SENDER_NAME);
     if (!nonEmpty(name)) name = stringForProperty(props, PR_SENT_REPRESENTING_SIMPLE_DISPLAY_NAME);
@@ -90,6 +98,7 @@ void TNEFMessage::parseRecipients() {
 void TNEFMessage::parseMessageHeaders() {
     parseSender();
     parseRecipients();
+    if (sender_) fillSmtpAddressFromRecipients(*sender_, {&to_, &cc_, &bcc_});
     const MAPIPropList* props = mapiprops();
     for (auto candidate : {stringForProperty(props, PR_SUBJECT),
                            stringValue(valueForTNEFName(attributes_, attSubject, atpString)),

@@ -1,9 +1,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <chrono>
 
 #include "OXMSG/OXMessage.h"
+#include "OXMSG/cfb/CFBEntry.h"
 #include "model/MAPIArray.h"
 #include "model/PropertyTags.h"
 #include "support/LogCapture.h"
@@ -201,7 +203,8 @@ TEST(OXMessage, TransportHeadersReplaceSenderAndRecipients) {
     EXPECT_EQ(m->sender()->type(), "SMTP");
     ASSERT_EQ(m->toRecipients().size(), 2u);
     EXPECT_EQ(m->toRecipients()[0]->email(), "Lee, Ann <ann@example.org>");
-    EXPECT_EQ(m->toRecipients()[1]->email(), "bo@example.org <bo@example.org>");
+    // A bare address keeps the name its recipient row gives it.
+    EXPECT_EQ(m->toRecipients()[1]->email(), "Bo <bo@example.org>");
     EXPECT_EQ(m->ccRecipients().size(), 1u);  // no Cc line: the properties' list stays
 
     // A From line without an address leaves the sender from the properties.
@@ -214,11 +217,89 @@ TEST(OXMessage, TransportHeadersReplaceSenderAndRecipients) {
 TEST(OXMessage, NotACompoundFileOrNoMessage) {
     EXPECT_FALSE(OXMessage::create(Bytes::fromString("plain text")));
     EXPECT_FALSE(OXMessage::create(Bytes()));
-    // A compound file with no properties at all is an empty message.
-    auto empty =
-        OXMessage::create(Bytes::fromString(test::CompoundFileWriter().write(CFNode::dir("R"))));
-    ASSERT_TRUE(empty);
-    EXPECT_TRUE(empty->mapiprops()->empty());
+    // A compound file without any property stream is another kind of document.
+    EXPECT_FALSE(
+        OXMessage::create(Bytes::fromString(test::CompoundFileWriter().write(CFNode::dir("R")))));
+    EXPECT_FALSE(OXMessage::create(Bytes::fromString(test::CompoundFileWriter().write(
+        CFNode::dir("R", {CFNode::stream("WordDocument", std::string(600, 'w'))})))));
+    // A message that lost its fixed-size property stream is still one.
+    auto damaged = OXMessage::create(Bytes::fromString(test::CompoundFileWriter().write(
+        CFNode::dir("R", {CFNode::stream("__substg1.0_0037001F", test::utf16le("kept", false))}))));
+    ASSERT_TRUE(damaged);
+    EXPECT_EQ(damaged->subject(), "kept");
+}
+
+TEST(OXMessage, SmtpAddressesBesideExchangeNames) {
+    const std::string x500 =
+        "/o=ExchangeLabs/ou=Exchange Administrative Group/cn=Recipients/cn=ann";
+    // A one-off entry id for Bo (Unicode) naming an SMTP address.
+    const std::string oneOff = test::ByteWriter()
+                                   .u32(0)
+                                   .raw(std::string("\x81\x2B\x1F\xA4\xBE\xA3\x10\x19\x9D\x6E"
+                                                    "\x00\xDD\x01\x0F\x54\x02",
+                                                    16))
+                                   .u16(0)
+                                   .u16(0x8001)
+                                   .raw(test::utf16le("Bo"))
+                                   .raw(test::utf16le("SMTP"))
+                                   .raw(test::utf16le("bo@example.org"))
+                                   .str();
+    MsgFile f;
+    f.root.unicode(0x0C1A, "Ann Lee")
+        .string8(0x0C1E, "EX")
+        .unicode(0x0C1F, x500)
+        .unicode(0x5D01, "ann@example.org");
+    MsgProps ann, bo, cy;
+    ann.unicode(0x3001, "Ann Lee").string8(0x3002, "EX").unicode(0x3003, x500);
+    ann.unicode(0x39FE, "ann@example.org").u32(0x0C15, 1);
+    bo.unicode(0x3001, "Bo").string8(0x3002, "EX").unicode(0x3003, "/o=x/cn=bo").u32(0x0C15, 2);
+    bo.binary(0x0FFF, oneOff);
+    cy.unicode(0x3001, "Cy").string8(0x3002, "SMTP").unicode(0x3003, "cy@example.org");
+    f.recipients = {ann, bo, cy};
+    auto m = OXMessage::create(Bytes::fromString(f.write()));
+    ASSERT_TRUE(m);
+    EXPECT_EQ(m->sender()->smtpAddress(), "ann@example.org");
+    EXPECT_EQ(m->sender()->address(), x500);  // the address itself stays as stored
+    ASSERT_EQ(m->toRecipients().size(), 2u);
+    EXPECT_EQ(m->toRecipients()[0]->smtpAddress(), "ann@example.org");
+    EXPECT_EQ(m->toRecipients()[1]->smtpAddress(), "cy@example.org");  // its own, type SMTP
+    EXPECT_EQ(m->ccRecipients()[0]->smtpAddress(), "bo@example.org");
+    EXPECT_EQ(internetAddress(*m->ccRecipients()[0]), "bo@example.org");
+
+    // A sender who is also a recipient: the row's SMTP address, the X.500 name compared
+    // without regard to case.
+    MsgFile self;
+    self.root.unicode(0x0C1A, "Ann Lee").string8(0x0C1E, "EX").unicode(0x0C1F, x500);
+    std::string shouted = x500;
+    for (char& c : shouted)
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    MsgProps upper;
+    upper.unicode(0x3001, "Ann").string8(0x3002, "EX").unicode(0x3003, shouted);
+    upper.unicode(0x39FE, "ann@example.org");
+    self.recipients = {upper};
+    EXPECT_EQ(OXMessage::create(Bytes::fromString(self.write()))->sender()->smtpAddress(),
+              "ann@example.org");
+
+    // The sender's one-off entry id, when nothing else names the address.
+    MsgFile g;
+    g.root.unicode(0x0C1A, "Bo").string8(0x0C1E, "EX").unicode(0x0C1F, "/o=x/cn=bo");
+    g.root.binary(0x0C19, oneOff);
+    EXPECT_EQ(OXMessage::create(Bytes::fromString(g.write()))->sender()->smtpAddress(),
+              "bo@example.org");
+}
+
+TEST(OXMessage, EmbeddedStorageThatIsNoMessageIsTheAttachmentsObject) {
+    MsgFile f;
+    f.attachments.push_back(
+        {MsgProps().u32(0x3705, 6), {CFNode::stream("Package", "packed bytes")}});
+    auto m = OXMessage::create(Bytes::fromString(f.write()));
+    ASSERT_TRUE(m);
+    ASSERT_EQ(m->attachments().size(), 1u);
+    EXPECT_FALSE(m->attachments()[0]->nestedMessage());
+    auto object = valueForProperty(m->attachments()[0]->mapiprops(), PR_ATTACH_DATA_OBJ);
+    auto storage = std::get_if<std::shared_ptr<CFBEntry>>(&object);
+    ASSERT_TRUE(storage && *storage);
+    EXPECT_EQ((*storage)->entry("Package")->data()->str(), "packed bytes");
 }
 
 TEST(OXMessage, EmbeddedMessagesNestToTheDepthLimit) {

@@ -13,6 +13,7 @@
 #include <sstream>
 
 #include "platform/Dictionary.h"
+#include "support/CompoundFileWriter.h"
 #include "support/EmlReport.h"
 #include "support/MsgWriter.h"
 #include "support/SampleMessages.h"
@@ -217,11 +218,12 @@ std::set<std::string> filesUnder(const fs::path& root) {
     return out;
 }
 
-// Attachment names lose their folders; what is left is made safe for the file system.
+// Attachment names lose their folders (Windows ones too); what is left is made safe for the
+// file system.
 TEST_F(Quillbox, ExtractKeepsHostileNamesInsideTheFolder) {
     test::TNEFWriter w;
     w.subject("names").attr(1, 0x800C, 2, "body text");
-    for (const char* name : {"../../x", "/etc/passwd", "a\\b", "ctl\x01name", "same.txt",
+    for (const char* name : {"../../x", "/etc/passwd", "C:\\a\\b", "ctl\x01name", "same.txt",
                              "same.txt", "metadata.json", ".."})
         w.attachment(name, std::string("content of ") + name);
     const std::string input = write("hostile.dat", w.str());
@@ -231,7 +233,7 @@ TEST_F(Quillbox, ExtractKeepsHostileNamesInsideTheFolder) {
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(filesUnder(out),
               (std::set<std::string>{"hostile/Message.txt", "hostile/metadata.json", "hostile/x",
-                                     "hostile/passwd", "hostile/a_b", "hostile/ctl_name",
+                                     "hostile/passwd", "hostile/b", "hostile/ctl_name",
                                      "hostile/same.txt", "hostile/same (2).txt",
                                      "hostile/metadata (2).json", "hostile/Untitled"}));
     EXPECT_FALSE(fs::exists(dir_ / "x"));
@@ -302,6 +304,89 @@ TEST_F(Quillbox, EmlIsTheWholeMessage) {
     r = run("eml " + write("junk.dat", "junk"));
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.out, "");
+}
+
+TEST_F(Quillbox, ACompoundFileThatHoldsNoMessageIsNamedForWhatItIs) {
+    const std::string doc = write(
+        "letter.doc", test::CompoundFileWriter().write(test::CFNode::dir(
+                          "R", {test::CFNode::stream("WordDocument", std::string(800, 'w'))})));
+    RunResult r = run("info " + doc);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "quillbox: " + doc + ": The file \"" + doc +
+                         "\" is not an Outlook message: it is a Microsoft Word document.\n");
+    r = run("info --json " + doc);
+    EXPECT_EQ(r.status, 1);
+    const Dictionary error = Dictionary::parse(r.out)["error"];
+    EXPECT_EQ(error["domain"], "OXMessageErrorDomain");
+    EXPECT_EQ(error["code"], 2);
+    // The reader's text keeps its place for the name; the filled text stands beside it.
+    EXPECT_EQ(error["description"],
+              "The file \"%@\" is not an Outlook message: it is a Microsoft Word document.");
+    EXPECT_EQ(
+        error["message"],
+        "The file \"" + doc + "\" is not an Outlook message: it is a Microsoft Word document.");
+    EXPECT_EQ(run("extract -o " + (dir_ / "out").string() + " " + doc).status, 1);
+}
+
+TEST_F(Quillbox, InfoShowsControlCharactersEscapedAndSmtpAddresses) {
+    test::PropsWriter props;
+    props.string8(0x0C1A, "Ann\x1b[2J").string8(0x0C1E, "EX").string8(0x0C1F, "/o=x/cn=ann");
+    props.string8(0x5D01, "ann@example.org").unicode(0x0037, "hi\x1b]0;owned\x07 \u009bthere");
+    const std::string file = write("crafted.dat", test::TNEFWriter().mapiProps(props).str());
+    RunResult r = run("info " + file);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out.find('\x1b'), std::string::npos);
+    EXPECT_THAT(r.out, HasSubstr("subject:  hi\\x1b]0;owned\\x07 \\u009bthere\n"));
+    EXPECT_THAT(r.out, HasSubstr("from:     Ann\\x1b[2J <ann@example.org>\n"));
+    r = run("info --json " + file);
+    const Dictionary sender = Dictionary::parse(r.out)["message"]["sender"];
+    EXPECT_EQ(sender["address"], "/o=x/cn=ann");
+    EXPECT_EQ(sender["smtp"], "ann@example.org");
+}
+
+TEST_F(Quillbox, AFullDiskOnStandardOutputFails) {
+    if (!fs::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
+    for (const char* command : {"info", "info --json", "dump"}) {
+        const std::string cmd = std::string(QB_QUILLBOX_PATH) + " " + command + " " + sample_ +
+                                " >/dev/full 2>" + (dir_ / "err").string();
+        const int raw = std::system(cmd.c_str());
+        EXPECT_TRUE(WIFEXITED(raw) && WEXITSTATUS(raw) == 1) << command;
+        EXPECT_THAT(slurp(dir_ / "err"), HasSubstr("standard output: No space left on device"));
+    }
+}
+
+TEST_F(Quillbox, DumpShowsFixedSizeValuesAndNamedProperties) {
+    test::MsgFile f;
+    f.root.u32(0x0E07, 9).fixed(0x000B, 0x0E1B, 1).fixed(0x0040, 0x0039, 0x01DA5D858688D980ULL);
+    f.root.u32(0x8001, 42).unicode(0x8002, "text");
+    f.guids = {std::string("0123456789ABCDEF", 16)};
+    f.named = {{1, 3, 0x8208, ""}, {2, 1, 0, "Keywords"}};
+    RunResult r = run("dump " + write("fixed.msg", f.write()));
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_THAT(r.out, HasSubstr("PR_MESSAGE_FLAGS PT_LONG: 9 (0x00000009)\n"));
+    EXPECT_THAT(r.out, HasSubstr("PR_HASATTACH PT_BOOLEAN: true\n"));
+    EXPECT_THAT(r.out, HasSubstr("PR_CLIENT_SUBMIT_TIME PT_SYSTIME: 2024-02-12T07:31:43Z\n"));
+    EXPECT_THAT(r.out, HasSubstr("{33323130-3534-3736-3839-414243444546} 0x8208 (id 0x8001) "
+                                 "PT_LONG: 42 (0x0000002A)\n"));
+    EXPECT_THAT(r.out, HasSubstr("{29030200-0000-0000-C000-000000000046} \"Keywords\" (id 0x8002) "
+                                 "PT_UNICODE: \"text\"\n"));
+}
+
+TEST_F(Quillbox, ExtractCanKeepTheBodiesAsStored) {
+    test::MsgFile f;
+    const std::string html = "<html><body>caf\xE9 \x93quoted\x94</body></html>";  // Windows-1252
+    f.root.unicode(0x0037, "bodies").u32(0x3FDE, 1252).binary(0x1013, html);
+    f.root.binary(0x1009, test::helloWorldCompressedRTF());
+    const std::string msg = write("bodies.msg", f.write());
+    const fs::path out = dir_ / "out";
+    RunResult r = run("extract --original-bodies -o " + out.string() + " " + msg);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(slurp(out / "bodies" / "Message.original.html"), html);
+    EXPECT_EQ(slurp(out / "bodies" / "Message.rtf"),
+              "{\\rtf1\\ansi\\ansicpg1252\\pard hello world}\r\n");
+    // Without the flag only the exported forms are written.
+    r = run("extract -o " + (dir_ / "plain").string() + " " + msg);
+    EXPECT_FALSE(fs::exists(dir_ / "plain" / "bodies" / "Message.original.html"));
 }
 
 TEST_F(Quillbox, UsageErrorsExitWithTwo) {

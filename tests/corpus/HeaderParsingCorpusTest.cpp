@@ -16,6 +16,7 @@
 #include "model/MAPIArray.h"
 #include "platform/Dictionary.h"
 #include "platform/FileData.h"
+#include "support/Corpus.h"
 #include "support/LogCapture.h"
 
 namespace qb {
@@ -34,7 +35,7 @@ json.dump(out, open(sys.argv[2], 'w'))
 )";
 
 TEST(HeaderParsingCorpus, MailboxesAgreeWithPythonsParser) {
-    const fs::path msgDir = fs::path(QB_SOURCE_DIR) / ".." / "shared" / "corpus" / "msg";
+    const fs::path msgDir = test::corpusDir() / "msg";
     if (!fs::is_directory(msgDir)) GTEST_SKIP() << "no corpus";
     if (std::system("python3 -c 'import email.headerregistry' >/dev/null 2>&1") != 0)
         GTEST_SKIP() << "no python3";

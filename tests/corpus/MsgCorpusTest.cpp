@@ -13,15 +13,18 @@
 #include "platform/Dictionary.h"
 #include "platform/Digest.h"
 #include "platform/FileData.h"
+#include "support/Corpus.h"
 #include "support/LogCapture.h"
 
 namespace qb {
 namespace {
 
+constexpr uint32_t PR_DISPLAY_TO = 0x0E04001E;
+
 namespace fs = std::filesystem;
 
 fs::path msgDir() {
-    return fs::path(QB_SOURCE_DIR) / ".." / "shared" / "corpus" / "msg";
+    return test::corpusDir() / "msg";
 }
 
 #define REQUIRE_MSG_CORPUS() \
@@ -115,11 +118,13 @@ TEST(MsgCorpus, ClassRTFAndAttachmentsMatchThePeer) {
 TEST(MsgCorpus, SenderAndRecipientNamesMatchThePeer) {
     REQUIRE_MSG_CORPUS();
     // Where the transport headers name a recipient differently, they win over the recipient
-    // table (and an address without a name is named by its address).
+    // table; a bare address there keeps the name its recipient row gives it (bug66335,
+    // cyrillic_message).
     const std::map<std::string, std::string> kHeadersWin = {
-        {"bug66335.msg", "to: swagner@faw.at"},
-        {"cyrillic_message.msg", "to: sviridov@niips.ru; cc: sviridov@niips.ru"},
         {"msgconvert-charset.msg", "to: Joseph Q Bloggs"},
+        // The peer reads these Windows-1251 names as Windows-1252.
+        {"cyrillic_message.msg",
+         "to: Свиридов Дмитрий Владимирович; cc: Свиридов Дмитрий Владимирович"},
         // Damaged on purpose: its recipient storage has no name the peer could read.
         {"clusterfuzz-testcase-minimized-POIHSMFFuzzer-4735011465854976.msg", "to: "},
     };
@@ -188,6 +193,47 @@ TEST(MsgCorpus, SubjectsDecodeByTheMessageCodePage) {
         }
     }
     EXPECT_EQ(open("ASCII_CP1251_LCID1049.msg")->subject(), "Subject автоматически Subject");
+}
+
+// Every corpus .msg whose 8-bit strings hold more than ASCII, with the text its bytes spell
+// in the code page they were written in (decoded by hand from the bytes of each file).
+TEST(MsgCorpus, EightBitStringsReadInTheCodePageTheyWereWrittenIn) {
+    REQUIRE_MSG_CORPUS();
+    struct Case {
+        const char* file;
+        const char* encoding;
+        uint32_t tag;
+        const char* text;
+    };
+    const Case cases[] = {
+        // E0 E2 F2 EE EC E0 F2 E8 F7 E5 F1 EA E8 in Windows-1251 (Russian locale 1049).
+        {"ASCII_CP1251_LCID1049.msg", "windows-1251", PR_SUBJECT, "Subject автоматически Subject"},
+        // F6 E4 FC in Windows-1252 (German locale 1031).
+        {"ASCII_UTF-8_CP1252_LCID1031.msg", "windows-1252", PR_SUBJECT, "Subject öäü Subject"},
+        {"ASCII_UTF-8_CP1252_LCID1031_HTML.msg", "windows-1252", PR_SUBJECT, "Subject öäü Subject"},
+        // Labelled UTF-8, but the bytes are not: the locale's code page.
+        {"HTMLBodyBinary_UTF-8.msg", "windows-1252", PR_SUBJECT, "Subject öäü Subject"},
+        {"cyrillic_message.msg", "windows-1251", PR_SUBJECT,
+         "Автоматический ответ подсистемы обмена данными ФГУП \"Почта России\"."},
+        {"cyrillic_message.msg", "windows-1251", PR_DISPLAY_TO, "Свиридов Дмитрий Владимирович"},
+        // E8 under an ISO-8859-1 label.
+        {"attachment_test_msg.msg", "windows-1252", PR_SUBJECT, "test pièce jointe 1"},
+        // 85 under no label: an ellipsis, not a C1 control.
+        {"msgconvert-charset.msg", "windows-1252", PR_BODY,
+         "This email contains an email… Email-ception!!!\n\n"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.file) + " " + std::to_string(c.tag));
+        auto m = open(c.file);
+        ASSERT_TRUE(m);
+        EXPECT_EQ(ianaNameForEncoding(m->encoding()), c.encoding);
+        auto text = stringForProperty(m->mapiprops(), c.tag);
+        ASSERT_TRUE(text);
+        EXPECT_EQ(text->substr(0, std::string(c.text).size()), c.text);
+    }
+    auto cyrillic = open("cyrillic_message.msg");
+    ASSERT_FALSE(cyrillic->toRecipients().empty());
+    EXPECT_EQ(cyrillic->toRecipients()[0]->displayName(), "Свиридов Дмитрий Владимирович");
 }
 
 }  // namespace

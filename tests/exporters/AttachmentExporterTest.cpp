@@ -20,6 +20,10 @@ TEST(AttachmentExporter, NamesComeFromTheAttachmentOrTheContent) {
         {"photo.jpg", kPNG, "photo.jpg"},
         {"notes", "plain words", "notes"},
         {"dir/", "x", "Untitled Attachment"},
+        // Windows paths lose their folders and drive letters as well.
+        {"C:\\Users\\bob\\evil.txt", "x", "evil.txt"},
+        {"C:evil.txt", "x", "evil.txt"},
+        {"..\\..\\up.txt", "x", "up.txt"},
     };
     for (const auto& [name, content, expected] : cases) {
         auto a = m->addAttachment(name, content);

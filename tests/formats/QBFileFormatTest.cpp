@@ -4,6 +4,7 @@
 
 #include "formats/QBFileFormat.h"
 #include "platform/FileData.h"
+#include "support/Corpus.h"
 #include "support/CompoundFileWriter.h"
 #include "support/MsgWriter.h"
 #include "support/SampleMessages.h"
@@ -111,7 +112,7 @@ TEST(QBFileFormat, ExtensionsAndMIMETypes) {
 
 TEST(QBFileFormat, CorpusFilesAreRecognised) {
     namespace fs = std::filesystem;
-    const fs::path corpus = fs::path(QB_SOURCE_DIR) / ".." / "shared" / "corpus";
+    const fs::path corpus = test::corpusDir();
     if (!fs::is_directory(corpus)) GTEST_SKIP() << "no corpus";
     for (const char* dir : {"tnef", "msg"}) {
         for (const auto& e : fs::directory_iterator(corpus / dir)) {

@@ -29,7 +29,7 @@ def mailboxes(msg, name):
 def report(msg):
     defects = [f"{type(d).__name__}" for part in msg.walk() for d in part.defects]
     header_defects = []
-    for name in ("Subject", "From", "To", "Cc", "Date"):
+    for name in ("Subject", "From", "To", "Cc", "Date", "Message-ID", "In-Reply-To", "References"):
         h = msg[name]
         if h is not None:
             header_defects += [f"{name}: {type(d).__name__}" for d in h.defects]
@@ -54,6 +54,8 @@ def report(msg):
         attachments.append({
             "filename": part.get_filename(),
             "contentType": part.get_content_type(),
+            "disposition": part.get_content_disposition(),
+            "contentId": part["Content-ID"],
             "size": len(payload),
             "sha256": hashlib.sha256(payload).hexdigest(),
         })
@@ -74,6 +76,9 @@ def report(msg):
         "to": mailboxes(msg, "To"),
         "cc": mailboxes(msg, "Cc"),
         "date": str(msg["Date"]) if msg["Date"] is not None else None,
+        "messageId": msg["Message-ID"],
+        "inReplyTo": msg["In-Reply-To"],
+        "references": msg["References"],
         "attachments": attachments,
         "texts": texts,
     }

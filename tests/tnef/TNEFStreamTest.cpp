@@ -40,7 +40,7 @@ TEST(TNEFStream, SignatureAloneIsAnEmptyMessage) {
     EXPECT_EQ(error.code, 0);
     EXPECT_TRUE(m->attributes().empty());
     EXPECT_TRUE(m->attachments().empty());
-    EXPECT_EQ(m->encoding(), kISOLatin1Encoding);
+    EXPECT_EQ(m->encoding(), kWindowsCP1252Encoding);
     EXPECT_FALSE(m->mapiprops());
 }
 
@@ -146,10 +146,14 @@ TEST(TNEFStream, CodePageAppliesToRecordsReadAfterIt) {
     EXPECT_EQ(before->encoding(), kWindowsCP1252Encoding);
     EXPECT_EQ(std::get<std::string>(before->attributes()[1]->value()), "Grüße €");
 
-    auto after = test::readTNEF(TNEFWriter().subject(latin).oemCodepage(1252).str());
-    EXPECT_EQ(after->encoding(), kWindowsCP1252Encoding);
-    // Decoded as ISO 8859-1 when it was read: 0x80 is a C1 control there.
-    EXPECT_EQ(std::get<std::string>(after->attributes()[0]->value()), "Grüße \xC2\x80");
+    // Records read before the code page are decoded again once it is known.
+    auto after = test::readTNEF(TNEFWriter().subject("\xCF\xF0\xE8").oemCodepage(1251).str());
+    EXPECT_EQ(after->encoding(), kWindowsCP1251Encoding);
+    EXPECT_EQ(std::get<std::string>(after->attributes()[0]->value()), "При");
+    // ISO 8859-1 is read as Windows-1252, where 0x80 is the euro sign, not a C1 control.
+    auto iso = test::readTNEF(TNEFWriter().oemCodepage(28591).subject(latin).str());
+    EXPECT_EQ(iso->encoding(), kWindowsCP1252Encoding);
+    EXPECT_EQ(iso->subject(), "Grüße €");
 
     // An unknown code page changes nothing; the message code page property wins at the end,
     // for the values decoded later.

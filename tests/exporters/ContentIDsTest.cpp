@@ -1,13 +1,13 @@
 #include <gtest/gtest.h>
 
-#include "exporters/ContentIDLinks.h"
+#include "exporters/ContentIDs.h"
 
 namespace qb {
 namespace {
 
-TEST(ContentIDLinks, ReferencesToWrittenPicturesPointAtTheirFiles) {
-    const ContentIDFiles files{{contentIDKey("<Image001.PNG@01D0.ABC>"), "image001 (2).png"},
-                               {contentIDKey("logo"), "logo.gif"}};
+TEST(ContentIDs, ReferencesToWrittenPicturesPointAtTheirFiles) {
+    const ContentIDFiles files{{normalizedContentID("<Image001.PNG@01D0.ABC>"), "image001 (2).png"},
+                               {normalizedContentID("logo"), "logo.gif"}};
     EXPECT_EQ(htmlWithContentIDsLinked("<img src=\"cid:image001.png@01d0.abc\"><img src='CID:logo'>"
                                        "<div style=\"background:url(cid:logo)\">"
                                        "<img src=\"cid:other\"><a href=\"cid:image001.png%4001D0.ABC\">",

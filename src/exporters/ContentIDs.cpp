@@ -1,0 +1,121 @@
+#include "exporters/ContentIDs.h"
+
+#include <cctype>
+
+#include "model/MAPIArray.h"
+#include "model/PropertyTags.h"
+
+namespace qb {
+
+namespace {
+
+constexpr uint32_t PR_BODY_HTML_TEXT = 0x1013001E;
+
+char lower(char c) {
+    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+}
+
+int hexValue(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    c = lower(c);
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    return -1;
+}
+
+// A reference may escape its characters ("%40" for "@").
+std::string percentDecoded(std::string_view s) {
+    std::string out;
+    for (size_t i = 0; i < s.size(); ++i) {
+        if (s[i] == '%' && i + 2 < s.size() && hexValue(s[i + 1]) >= 0 && hexValue(s[i + 2]) >= 0) {
+            out += static_cast<char>(hexValue(s[i + 1]) * 16 + hexValue(s[i + 2]));
+            i += 2;
+        } else {
+            out += s[i];
+        }
+    }
+    return out;
+}
+
+std::string percentEncoded(std::string_view name) {
+    static constexpr char kHex[] = "0123456789ABCDEF";
+    std::string out;
+    for (unsigned char c : name) {
+        if (std::isalnum(c) || c == '-' || c == '_' || c == '.' || c == '~') {
+            out += static_cast<char>(c);
+        } else {
+            out += '%';
+            out += kHex[c >> 4];
+            out += kHex[c & 15];
+        }
+    }
+    return out;
+}
+
+// Calls `f(start, end, id)` for each "cid:" URL of `html`: where it begins and ends, and its
+// normalised content id.
+template <typename F>
+void forEachReference(std::string_view html, F&& f) {
+    for (size_t i = 0; i + 4 <= html.size(); ++i) {
+        if (lower(html[i]) != 'c' || lower(html[i + 1]) != 'i' || lower(html[i + 2]) != 'd' ||
+            html[i + 3] != ':')
+            continue;
+        size_t end = i + 4;
+        while (end < html.size() && !std::isspace(static_cast<unsigned char>(html[end])) &&
+               std::string_view("\"'()<>").find(html[end]) == std::string_view::npos)
+            ++end;
+        if (end > i + 4) f(i, end, normalizedContentID(percentDecoded(html.substr(i + 4, end - i - 4))));
+        i = end - 1;
+    }
+}
+
+}  // namespace
+
+std::string bareContentID(std::string_view contentID) {
+    while (!contentID.empty() && std::isspace(static_cast<unsigned char>(contentID.front())))
+        contentID.remove_prefix(1);
+    while (!contentID.empty() && std::isspace(static_cast<unsigned char>(contentID.back())))
+        contentID.remove_suffix(1);
+    if (contentID.size() >= 2 && contentID.front() == '<' && contentID.back() == '>')
+        contentID = contentID.substr(1, contentID.size() - 2);
+    return std::string(contentID);
+}
+
+std::string normalizedContentID(std::string_view contentID) {
+    std::string out = bareContentID(contentID);
+    for (char& c : out)
+        c = lower(c);
+    return out;
+}
+
+std::set<std::string> contentIDsReferencedBy(std::string_view html) {
+    std::set<std::string> ids;
+    forEachReference(html, [&](size_t, size_t, std::string id) { ids.insert(std::move(id)); });
+    return ids;
+}
+
+std::string htmlWithContentIDsLinked(std::string_view html, const ContentIDFiles& files) {
+    if (files.empty()) return std::string(html);
+    std::string out;
+    out.reserve(html.size());
+    size_t pos = 0;
+    forEachReference(html, [&](size_t start, size_t end, const std::string& id) {
+        const auto file = files.find(id);
+        if (file == files.end()) return;
+        out.append(html.substr(pos, start - pos));
+        out += percentEncoded(file->second);
+        pos = end;
+    });
+    out.append(html.substr(pos));
+    return out;
+}
+
+std::set<std::string> contentIDsReferencedByHTMLBody(const OutlookMessage& message) {
+    const MAPIPropList* props = message.mapiprops();
+    if (auto bytes = bytesForProperty(props, PR_BODY_HTML))
+        return contentIDsReferencedBy(bytes->view());
+    if (auto text = stringForProperty(props, PR_BODY_HTML_TEXT))
+        return contentIDsReferencedBy(*text);
+    return {};
+}
+
+}  // namespace qb

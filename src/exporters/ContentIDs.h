@@ -1,0 +1,32 @@
+// The attachments an HTML body shows itself: those it refers to by "cid:" URLs, and those
+// URLs pointed at the files the attachments were written to.
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "model/OutlookMessage.h"
+
+namespace qb {
+
+// A content id without the white space and angle brackets around it.
+std::string bareContentID(std::string_view contentID);
+// The same in lower case, as "cid:" URLs are compared.
+std::string normalizedContentID(std::string_view contentID);
+
+// Every content id that `html` refers to with a "cid:" URL, normalised.
+std::set<std::string> contentIDsReferencedBy(std::string_view html);
+
+// The same for the message's HTML body as it is stored; empty without one.
+std::set<std::string> contentIDsReferencedByHTMLBody(const OutlookMessage& message);
+
+// Normalised content ids to the relative names of the files that hold those parts.
+using ContentIDFiles = std::map<std::string, std::string>;
+
+// `html` with every "cid:ID" whose ID is in `files` replaced by that file's name, escaped
+// for a URL, so that the page opens in a browser with its pictures; other references stay.
+std::string htmlWithContentIDsLinked(std::string_view html, const ContentIDFiles& files);
+
+}  // namespace qb

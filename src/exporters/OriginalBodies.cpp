@@ -1,0 +1,33 @@
+#include "exporters/OriginalBodies.h"
+
+#include "model/MAPIArray.h"
+#include "model/PropertyTags.h"
+
+namespace qb {
+
+std::vector<OriginalBody> originalBodies(const OutlookMessage& message) {
+    std::vector<OriginalBody> bodies;
+    const MAPIPropList* props = message.mapiprops();
+    if (!props) return bodies;
+    if (auto html = bytesForProperty(props, PR_BODY_HTML)) {
+        bodies.push_back({"Message.original.html", *html});
+    } else if (auto prop = findPropID(*props, propId(PR_BODY_HTML), PT_STRING8);
+               prop && prop->value()) {
+        // An 8-bit string's own bytes; a Unicode one has no bytes but its text, in UTF-8.
+        const MAPIValue& value = *prop->value();
+        auto bytes = value.variableBytes();
+        if (prop->type() == PT_STRING8 && bytes) {
+            size_t n = bytes->size();
+            while (n > 0 && (*bytes)[n - 1] == 0)
+                --n;
+            bodies.push_back({"Message.original.html", bytes->slice(0, n)});
+        } else if (auto text = valueAs<std::string>(value.value())) {
+            bodies.push_back({"Message.original.html", Bytes::fromString(*text)});
+        }
+    }
+    if (auto rtf = bytesForProperty(props, PR_RTF_COMPRESSED))
+        bodies.push_back({"Message.rtf", *rtf});
+    return bodies;
+}
+
+}  // namespace qb
