@@ -6,6 +6,7 @@
 
 #include "mailkit/Base64.h"
 #include "mailkit/HTMLEntities.h"
+#include "platform/HexDigits.h"
 
 namespace qb {
 
@@ -27,13 +28,6 @@ bool isQPLiteral(unsigned char c) {
 bool isURLLegal(unsigned char c) {
     return std::isalnum(c) || std::string_view("-_.!~*'();/?:@&=+$,#").find(static_cast<char>(c)) !=
                                   std::string_view::npos;
-}
-
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
 }
 
 bool startsWithNoCase(std::string_view s, std::string_view prefix) {
@@ -155,7 +149,7 @@ std::optional<std::string> dataForMimeEncodedWord(std::string_view word,
             ++i;
         } else if (c == '=') {
             if (payload.size() - i < 3) return std::nullopt;
-            const int hi = hexValue(payload[i + 1]), lo = hexValue(payload[i + 2]);
+            const int hi = hexDigitValue(payload[i + 1]), lo = hexDigitValue(payload[i + 2]);
             if (hi < 0 || lo < 0) return std::nullopt;
             bytes += static_cast<char>(hi << 4 | lo);
             i += 3;
@@ -325,7 +319,7 @@ std::optional<std::string> stringByReplacingPercentEscapes(std::string_view text
     for (size_t i = 0; i < text.size();) {
         if (text[i] == '%') {
             if (text.size() - i < 3) return std::nullopt;
-            const int hi = hexValue(text[i + 1]), lo = hexValue(text[i + 2]);
+            const int hi = hexDigitValue(text[i + 1]), lo = hexDigitValue(text[i + 2]);
             if (hi < 0 || lo < 0) return std::nullopt;
             run += static_cast<char>(hi << 4 | lo);
             i += 3;

@@ -14,6 +14,7 @@
 #include <mutex>
 
 #include "platform/Log.h"
+#include "richtext/XmlNodes.h"
 
 namespace qb {
 
@@ -37,18 +38,6 @@ bool isNameChar(char c) {
 
 std::string formatPoints(double pt) {
     return fmt::format("{:g}pt", pt);
-}
-
-struct XmlDocDeleter {
-    void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
-};
-
-std::string attribute(xmlNode* node, const char* name) {
-    xmlChar* v = xmlGetProp(node, reinterpret_cast<const xmlChar*>(name));
-    if (!v) return {};
-    std::string out(reinterpret_cast<const char*>(v));
-    xmlFree(v);
-    return out;
 }
 
 void setAttribute(xmlNode* node, const char* name, const std::string& value) {
@@ -81,12 +70,12 @@ void enlargeTree(xmlNode* node, double points, int depth) {
     for (xmlNode* n = node; n; n = n->next) {
         if (n->type == XML_ELEMENT_NODE) {
             const std::string_view name(reinterpret_cast<const char*>(n->name));
-            std::string style = attribute(n, "style");
+            std::string style = xmlAttribute(n, "style");
             if (!style.empty()) setAttribute(n, "style", cssWithFontSizesEnlarged(style, points));
             if (name == "font") {
-                if (auto pt = fontElementPoints(attribute(n, "size")); pt && !hasFontSize(style)) {
+                if (auto pt = fontElementPoints(xmlAttribute(n, "size")); pt && !hasFontSize(style)) {
                     xmlUnsetProp(n, reinterpret_cast<const xmlChar*>("size"));
-                    const std::string now = attribute(n, "style");
+                    const std::string now = xmlAttribute(n, "style");
                     setAttribute(n, "style",
                                  "font-size: " + formatPoints(*pt + points) +
                                      (now.empty() ? "" : "; " + now));
@@ -101,7 +90,7 @@ void enlargeTree(xmlNode* node, double points, int depth) {
                 }
             } else if (name == "body" && !hasFontSize(style)) {
                 // Text that names no size is shown at the default size; it grows too.
-                const std::string now = attribute(n, "style");
+                const std::string now = xmlAttribute(n, "style");
                 setAttribute(n, "style",
                              "font-size: " + formatPoints(kDefaultFontPoints + points) +
                                  (now.empty() ? "" : "; " + now));

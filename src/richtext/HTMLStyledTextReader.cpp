@@ -12,6 +12,8 @@
 
 #include "mailkit/Base64.h"
 #include "richtext/HTMLFontSizes.h"
+#include "platform/HexDigits.h"
+#include "richtext/XmlNodes.h"
 
 namespace qb {
 
@@ -33,21 +35,6 @@ std::string trim(std::string_view s) {
     return std::string(s.substr(b, e - b));
 }
 
-std::string attribute(xmlNode* node, const char* name) {
-    xmlChar* v = xmlGetProp(node, reinterpret_cast<const xmlChar*>(name));
-    if (!v) return {};
-    std::string out(reinterpret_cast<const char*>(v));
-    xmlFree(v);
-    return out;
-}
-
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    c = static_cast<char>(c | 0x20);
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    return -1;
-}
-
 // "#rgb", "#rrggbb", "rgb(r, g, b)" and the sixteen basic colour names.
 std::optional<RGBColor> parseColor(std::string value) {
     value = lower(trim(value));
@@ -57,7 +44,7 @@ std::optional<RGBColor> parseColor(std::string value) {
         if (h.size() != 6) return std::nullopt;
         uint8_t v[3];
         for (int i = 0; i < 3; ++i) {
-            const int a = hexDigit(h[size_t(i * 2)]), b = hexDigit(h[size_t(i * 2 + 1)]);
+            const int a = hexDigitValue(h[size_t(i * 2)]), b = hexDigitValue(h[size_t(i * 2 + 1)]);
             if (a < 0 || b < 0) return std::nullopt;
             v[i] = static_cast<uint8_t>(a * 16 + b);
         }
@@ -230,7 +217,7 @@ class Reader {
 
     void addImage(xmlNode* n, const Style& style) {
         StyledImage image;
-        const std::string src = attribute(n, "src");
+        const std::string src = xmlAttribute(n, "src");
         // Pictures carried in the page itself keep their bytes; others keep their address.
         if (src.starts_with("data:")) {
             const size_t comma = src.find(',');
@@ -241,8 +228,8 @@ class Reader {
         } else {
             image.name = src;
         }
-        if (auto w = parseLength(attribute(n, "width"), 12)) image.widthTwips = static_cast<int32_t>(*w * 20);
-        if (auto h = parseLength(attribute(n, "height"), 12)) image.heightTwips = static_cast<int32_t>(*h * 20);
+        if (auto w = parseLength(xmlAttribute(n, "width"), 12)) image.widthTwips = static_cast<int32_t>(*w * 20);
+        if (auto h = parseLength(xmlAttribute(n, "height"), 12)) image.heightTwips = static_cast<int32_t>(*h * 20);
         current_.runs.push_back(TextRun{{}, std::make_shared<const StyledImage>(std::move(image)), style.chars});
         atLineStart_ = false;
         pendingSpace_ = false;
@@ -269,13 +256,13 @@ class Reader {
             if (name == "pre" || name == "code" || name == "tt") c.genericFamily = "monospace";
             if (name == "pre") style.preformatted = true;
             if (name == "a") {
-                const std::string href = attribute(n, "href");
+                const std::string href = xmlAttribute(n, "href");
                 if (!href.empty()) c.link = href;
             }
             if (name == "font") {
-                if (auto face = attribute(n, "face"); !face.empty()) c.fontFamily = trim(face.substr(0, face.find(',')));
-                if (auto col = parseColor(attribute(n, "color"))) c.foreground = col;
-                const std::string size = trim(attribute(n, "size"));
+                if (auto face = xmlAttribute(n, "face"); !face.empty()) c.fontFamily = trim(face.substr(0, face.find(',')));
+                if (auto col = parseColor(xmlAttribute(n, "color"))) c.foreground = col;
+                const std::string size = trim(xmlAttribute(n, "size"));
                 if (!size.empty()) {
                     const long v = std::clamp(std::strtol(size.c_str(), nullptr, 10), -16L, 16L);
                     const long index = std::clamp((size[0] == '+' || size[0] == '-') ? 3 + v : v, 1L, 7L);
@@ -287,9 +274,9 @@ class Reader {
                 c.pointSize = kHeadings[static_cast<size_t>(name[1] - '1')];
                 c.bold = true;
             }
-            if (auto align = lower(attribute(n, "align")); !align.empty())
+            if (auto align = lower(xmlAttribute(n, "align")); !align.empty())
                 applyCSS("text-align:" + align, style);
-            applyCSS(attribute(n, "style"), style);
+            applyCSS(xmlAttribute(n, "style"), style);
 
             const bool block = name == "p" || name == "div" || name == "li" || name == "pre" ||
                                name == "blockquote" || name == "ul" || name == "ol" ||
@@ -336,7 +323,7 @@ class Reader {
                 const std::string name = lower(reinterpret_cast<const char*>(cellNode->name));
                 if (name != "td" && name != "th") continue;
                 TableCell cell;
-                if (auto w = parseLength(attribute(cellNode, "width"), 12)) cell.widthTwips = static_cast<int32_t>(*w * 20);
+                if (auto w = parseLength(xmlAttribute(cellNode, "width"), 12)) cell.widthTwips = static_cast<int32_t>(*w * 20);
                 TableCell* outer = cell_;
                 Paragraph outerParagraph = std::move(current_);
                 current_ = Paragraph{};
@@ -345,7 +332,7 @@ class Reader {
                 pendingSpace_ = false;
                 Style cellStyle = style;
                 if (name == "th") cellStyle.chars.bold = true;
-                applyCSS(attribute(cellNode, "style"), cellStyle);
+                applyCSS(xmlAttribute(cellNode, "style"), cellStyle);
                 walk(cellNode->children, cellStyle, depth + 2);
                 endParagraph();
                 cell_ = outer;
@@ -373,15 +360,11 @@ class Reader {
     bool pendingSpace_ = false;
 };
 
-struct DocDeleter {
-    void operator()(xmlDoc* d) const { xmlFreeDoc(d); }
-};
-
 }  // namespace
 
 std::optional<StyledText> readHTML(std::string_view utf8Html) {
     if (utf8Html.size() > static_cast<size_t>(INT32_MAX)) return std::nullopt;
-    std::unique_ptr<xmlDoc, DocDeleter> doc(htmlReadMemory(
+    std::unique_ptr<xmlDoc, XmlDocDeleter> doc(htmlReadMemory(
         utf8Html.data(), static_cast<int>(utf8Html.size()), nullptr, "UTF-8",
         HTML_PARSE_RECOVER | HTML_PARSE_NONET | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING));
     if (!doc) return std::nullopt;

@@ -76,7 +76,7 @@ class Decapsulator {
     void groupStart() {
         pendingSkip_ = 0;
         if (stack_.size() >= kMaxGroupDepth) {
-            skipGroup();
+            tokens_.skipGroup();
             return;
         }
         stack_.push_back(state_);
@@ -97,19 +97,11 @@ class Decapsulator {
         applyCodePage();
     }
 
-    void skipGroup() {
-        size_t depth = 1;
-        for (RTFToken t = tokens_.next(); t.kind != RTFToken::Kind::End; t = tokens_.next()) {
-            if (t.kind == RTFToken::Kind::GroupStart) ++depth;
-            if (t.kind == RTFToken::Kind::GroupEnd && --depth == 0) return;
-        }
-    }
-
     // Leaves the group just opened without reading it.
     void dropGroup() {
         state_ = stack_.back();
         stack_.pop_back();
-        skipGroup();
+        tokens_.skipGroup();
     }
 
     void applyCodePage() {

@@ -5,17 +5,11 @@
 #include <array>
 
 #include "platform/ByteReader.h"
+#include "platform/HexDigits.h"
 
 namespace qb {
 
 namespace {
-
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
 
 std::optional<int32_t> scaled(std::optional<int32_t> v, int32_t scale) {
     if (!v || *v <= 0) return std::nullopt;
@@ -57,7 +51,7 @@ void RTFPictureData::addHexText(std::string_view text) {
         hex_.reserve(std::max(hex_.capacity() * 2, hex_.size() + text.size() / 2));
     static const auto kValues = [] {
         std::array<int8_t, 256> t{};
-        for (int c = 0; c < 256; ++c) t[size_t(c)] = static_cast<int8_t>(hexValue(static_cast<char>(c)));
+        for (int c = 0; c < 256; ++c) t[size_t(c)] = static_cast<int8_t>(hexDigitValue(static_cast<char>(c)));
         return t;
     }();
     for (unsigned char c : text) {

@@ -93,7 +93,6 @@ class Reader {
     void onHexByte(uint8_t byte);
     void onBinary(const RTFToken& t);
     bool setDestination(std::string_view word, bool starred);
-    void skipGroup();
 
     bool collectsText() const;
     // Consumes up to `n` characters of the substitute text that follows a \uN.
@@ -171,7 +170,7 @@ void Reader::onGroupStart() {
     flushText();
     pendingSkip_ = 0;
     if (stack_.size() >= kMaxGroupDepth) {
-        skipGroup();
+        tokens_.skipGroup();
         return;
     }
     stack_.push_back(state_);
@@ -204,15 +203,6 @@ void Reader::onGroupEnd() {
             break;
     }
     applyCodePage();
-}
-
-// Reads past the group that has just opened, whatever it holds.
-void Reader::skipGroup() {
-    size_t depth = 1;
-    for (RTFToken t = tokens_.next(); t.kind != RTFToken::Kind::End; t = tokens_.next()) {
-        if (t.kind == RTFToken::Kind::GroupStart) ++depth;
-        if (t.kind == RTFToken::Kind::GroupEnd && --depth == 0) return;
-    }
 }
 
 bool Reader::setDestination(std::string_view w, bool starred) {
@@ -357,7 +347,7 @@ void Reader::onControlWord(const RTFToken& t) {
                 // Restore the group's state and read past it.
                 state_ = stack_.back();
                 stack_.pop_back();
-                skipGroup();
+                tokens_.skipGroup();
             }
             return;
         }

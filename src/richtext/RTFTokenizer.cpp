@@ -1,5 +1,6 @@
 // The rich-text tokenizer.
 #include "richtext/RTFTokenizer.h"
+#include "platform/HexDigits.h"
 
 #include <limits>
 
@@ -18,13 +19,6 @@ bool isLetter(char c) {
 
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
-}
-
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
 }
 
 }  // namespace
@@ -58,6 +52,14 @@ RTFToken RTFTokenizer::next() {
     return t;
 }
 
+void RTFTokenizer::skipGroup() {
+    size_t depth = 1;
+    for (RTFToken t = next(); t.kind != RTFToken::Kind::End; t = next()) {
+        if (t.kind == RTFToken::Kind::GroupStart) ++depth;
+        if (t.kind == RTFToken::Kind::GroupEnd && --depth == 0) return;
+    }
+}
+
 RTFToken RTFTokenizer::controlToken(size_t start) {
     RTFToken t;
     t.offset = start;
@@ -70,8 +72,8 @@ RTFToken RTFTokenizer::controlToken(size_t start) {
     const char c = rtf_[p];
     if (!isLetter(c)) {
         if (c == '\'') {
-            const int hi = p + 1 < rtf_.size() ? hexValue(rtf_[p + 1]) : -1;
-            const int lo = p + 2 < rtf_.size() ? hexValue(rtf_[p + 2]) : -1;
+            const int hi = p + 1 < rtf_.size() ? hexDigitValue(rtf_[p + 1]) : -1;
+            const int lo = p + 2 < rtf_.size() ? hexDigitValue(rtf_[p + 2]) : -1;
             if (hi >= 0 && lo >= 0) {
                 pos_ = p + 3;
                 t.kind = RTFToken::Kind::HexByte;

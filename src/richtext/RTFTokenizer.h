@@ -39,6 +39,8 @@ class RTFTokenizer {
     explicit RTFTokenizer(std::string_view rtf) : rtf_(rtf) {}
 
     RTFToken next();
+    // Reads past the rest of the group whose "{" was the last group start read.
+    void skipGroup();
     size_t position() const { return pos_; }
     std::string_view input() const { return rtf_; }
 
