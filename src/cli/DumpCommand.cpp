@@ -122,10 +122,12 @@ class Dumper {
             if (n.name()) label += " " + quotedText(*n.name());
         }
         std::string type = propTypeName(p.type());
-        if (p.isMultiValued() && p.values().size() != 1) {
-            out += fmt::format("{}{} MV_{} [{}]\n", pad, label, type, p.values().size());
+        if (p.isMultiValued() && p.valueCount() != 1) {
+            out += fmt::format("{}{} MV_{} [{}]\n", pad, label, type, p.valueCount());
+            // Values that take no bytes are kept once, however many there are.
+            const bool repeated = p.valueCount() != p.values().size();
             for (const auto& v : p.values())
-                value(*v, depth + 1, "- ");
+                value(*v, depth + 1, repeated ? "- every value: " : "- ");
         } else {
             out += fmt::format("{}{} {}: ", pad, label, type);
             if (p.singleValue())
@@ -161,19 +163,19 @@ std::string dumpMessage(const OutlookMessage& message) {
 }
 
 int runDump(const std::vector<std::string>& files) {
-    int status = 0;
+    int status = kExitOK;
     for (const auto& file : files) {
-        OpenedInput in = openInput(file);
-        if (in.message) {
-            std::string text = fmt::format("{}: {}\n", file, formatName(in.format));
-            text += dumpMessage(*in.message);
-            std::fwrite(text.data(), 1, text.size(), stdout);
-            std::fflush(stdout);
-        }
-        if (in.error) {
-            reportFailure(file, *in.error);
-            status = 1;
-        }
+        status = worseStatus(status, guardedInput(file, [&] {
+            OpenedInput in = openInput(file);
+            if (in.message) {
+                std::string text = fmt::format("{}: {}\n", file, formatName(in.format));
+                text += dumpMessage(*in.message);
+                std::fwrite(text.data(), 1, text.size(), stdout);
+                std::fflush(stdout);
+            }
+            if (in.error) reportFailure(file, *in.error);
+            return finishInput(in, in.error ? kExitFailed : kExitOK);
+        }));
     }
     return status;
 }

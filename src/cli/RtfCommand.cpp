@@ -12,7 +12,9 @@
 
 namespace qb::cli {
 
-int runRTF(const std::string& file, const std::optional<std::string>& output) {
+namespace {
+
+int rtfOf(const std::string& file, const std::optional<std::string>& output) {
     OpenedInput in = openInput(file);
     if (!in.message) {
         reportFailure(file, in.error.value_or("cannot be read"));
@@ -36,7 +38,13 @@ int runRTF(const std::string& file, const std::optional<std::string>& output) {
             reportFailure(file, "warning: the RTF body's checksum does not match its content");
     }
     if (!writeOutput(output, *rtf, file)) return 1;
-    return in.error ? 1 : 0;
+    return finishInput(in, in.error ? kExitFailed : kExitOK);
+}
+
+}  // namespace
+
+int runRTF(const std::string& file, const std::optional<std::string>& output) {
+    return guardedInput(file, [&] { return rtfOf(file, output); });
 }
 
 }  // namespace qb::cli
