@@ -23,7 +23,22 @@ class Dumper {
   public:
     std::string out;
 
+    // Nested messages are shown to the readers' own depth limit; the guard only keeps a
+    // damaged model from recursing without end, and says so when it cuts.
     void message(const OutlookMessage& m, int depth) {
+        if (levels_ > kMaxNesting) {
+            m.report()->warn("embedded message nested too deep to dump");
+            return;
+        }
+        ++levels_;
+        messageLevel(m, depth);
+        --levels_;
+    }
+
+  private:
+    int levels_ = 0;
+
+    void messageLevel(const OutlookMessage& m, int depth) {
         if (auto ox = dynamic_cast<const OXMessage*>(&m)) return msgMessage(*ox, depth);
         const std::string pad(size_t(depth) * 4, ' ');
         out += fmt::format("{}encoding: {}\n", pad, ianaNameForEncoding(m.encoding()));
@@ -39,7 +54,6 @@ class Dumper {
         }
     }
 
-  private:
     // A .msg: its storage tree, then the properties of the message, of each recipient and of
     // each attachment, embedded messages indented below their attachment.
     void msgMessage(const OXMessage& m, int depth) {
@@ -62,7 +76,7 @@ class Dumper {
             const auto& a = *m.attachments()[i];
             out += fmt::format("{}  attachment {}:\n", pad, i + 1);
             if (a.mapiprops()) properties(*a.mapiprops(), depth + 1);
-            if (auto nested = a.nestedMessage(); nested && depth < kMaxNesting) {
+            if (auto nested = a.nestedMessage()) {
                 out += fmt::format("{}    embedded message:\n", pad);
                 message(*nested, depth + 2);
             }
@@ -147,7 +161,7 @@ class Dumper {
         }
         out += summarize(data) + "\n";
         if (auto nested = std::get_if<std::shared_ptr<OutlookMessage>>(&data);
-            nested && *nested && depth < kMaxNesting)
+            nested && *nested)
             message(**nested, depth + 1);
     }
 
