@@ -2,6 +2,7 @@
 #include "hostile/RunLimited.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -31,7 +32,8 @@ std::string slurp(const std::filesystem::path& p) {
 
 }  // namespace
 
-int startLimited(const std::vector<std::string>& args, const std::filesystem::path& dir) {
+int startLimited(const std::vector<std::string>& args, const std::filesystem::path& dir,
+                 uint64_t maxFileSize) {
     const std::string out = (dir / "stdout.txt").string(), err = (dir / "stderr.txt").string();
     std::vector<std::string> all{QB_QUILLBOX_PATH};
     all.insert(all.end(), args.begin(), args.end());
@@ -48,6 +50,12 @@ int startLimited(const std::vector<std::string>& args, const std::filesystem::pa
 #endif
     const rlimit cpu{20, 20};
     ::setrlimit(RLIMIT_CPU, &cpu);
+    if (maxFileSize) {
+        // Writes past the limit then fail with EFBIG instead of ending the process.
+        ::signal(SIGXFSZ, SIG_IGN);
+        const rlimit size{rlim_t(maxFileSize), rlim_t(maxFileSize)};
+        ::setrlimit(RLIMIT_FSIZE, &size);
+    }
     const int in = ::open("/dev/null", O_RDONLY);
     const int o = ::open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     const int e = ::open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
@@ -71,8 +79,9 @@ LimitedRun finishLimited(int pid, const std::filesystem::path& dir) {
     return r;
 }
 
-LimitedRun runLimited(const std::vector<std::string>& args, const std::filesystem::path& dir) {
-    return finishLimited(startLimited(args, dir), dir);
+LimitedRun runLimited(const std::vector<std::string>& args, const std::filesystem::path& dir,
+                      uint64_t maxFileSize) {
+    return finishLimited(startLimited(args, dir, maxFileSize), dir);
 }
 
 }  // namespace qb::test
