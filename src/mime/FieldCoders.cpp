@@ -85,7 +85,9 @@ std::string quotedString(std::string_view s) {
 
 std::string phrase(std::string_view name) {
     const std::string clean = withoutControls(name);
-    if (!isAsciiPrintable(clean)) return encodedWords(clean);
+    // A word too long for one line can only be folded as encoded words: left as it is, it
+    // would push the whole message (and every message it is nested in) into Base64.
+    if (!isAsciiPrintable(clean) || hasLongWord(clean)) return encodedWords(clean);
     if (isPhraseAtom(clean)) return clean;
     return quotedString(clean);
 }

@@ -1,5 +1,5 @@
 // Builders of the hostile inputs: TNEF streams and compound files made in code.
-#include "hostile/HostileInputs.h"
+#include "support/HostileInputs.h"
 
 #include <algorithm>
 #include <cstring>
