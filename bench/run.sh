@@ -93,7 +93,8 @@ run_hostile() {
         echo "## Hostile inputs"
         echo
         echo "Crafted inputs (make-samples --hostile), each at two sizes (-1, -2: the count that"
-        echo "makes the work doubled). Median of 3 runs; $(date -u +%Y-%m-%d)."
+        echo "makes the work doubled). Median of 3 runs; $(date -u +%Y-%m-%d); load average at the"
+        echo "end: $(cut -d' ' -f1-3 /proc/loadavg) on $(nproc) cores."
         echo
         echo "| input | command | exit | median s | peak RSS MB |"
         echo "|---|---|---|---|---|"

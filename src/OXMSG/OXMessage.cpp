@@ -271,9 +271,9 @@ AttachmentList OXMessage::processAttachments(const CFBEntry& root) const {
         if (auto embedded = child->entry(kEmbeddedMessage)) {
             if (depth_ + 1 > kMaxDepth) {
                 logf("Embedded message nested deeper than {} levels not opened", kMaxDepth);
-                report()->warn(fmt::format(
-                    "embedded message {} nested deeper than {} levels not read",
-                    embedded->path(), kMaxDepth));
+                report()->warn(
+                    fmt::format("embedded message {} nested deeper than {} levels not read",
+                                embedded->path(), kMaxDepth));
             } else if (!opened_->contains(embedded->dirEntry())) {
                 auto message =
                     std::make_shared<OXMessage>(ignoreChecksum_, depth_ + 1, opened_, report());

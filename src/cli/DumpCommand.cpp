@@ -160,8 +160,7 @@ class Dumper {
             return;
         }
         out += summarize(data) + "\n";
-        if (auto nested = std::get_if<std::shared_ptr<OutlookMessage>>(&data);
-            nested && *nested)
+        if (auto nested = std::get_if<std::shared_ptr<OutlookMessage>>(&data); nested && *nested)
             message(**nested, depth + 1);
     }
 
@@ -180,16 +179,17 @@ int runDump(const std::vector<std::string>& files) {
     int status = kExitOK;
     for (const auto& file : files) {
         status = worseStatus(status, guardedInput(file, [&] {
-            OpenedInput in = openInput(file);
-            if (in.message) {
-                std::string text = fmt::format("{}: {}\n", file, formatName(in.format));
-                text += dumpMessage(*in.message);
-                std::fwrite(text.data(), 1, text.size(), stdout);
-                std::fflush(stdout);
-            }
-            if (in.error) reportFailure(file, *in.error);
-            return finishInput(in, in.error ? kExitFailed : kExitOK);
-        }));
+                                 OpenedInput in = openInput(file);
+                                 if (in.message) {
+                                     std::string text =
+                                         fmt::format("{}: {}\n", file, formatName(in.format));
+                                     text += dumpMessage(*in.message);
+                                     std::fwrite(text.data(), 1, text.size(), stdout);
+                                     std::fflush(stdout);
+                                 }
+                                 if (in.error) reportFailure(file, *in.error);
+                                 return finishInput(in, in.error ? kExitFailed : kExitOK);
+                             }));
     }
     return status;
 }

@@ -5,10 +5,10 @@
 #include <cxxabi.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <typeinfo>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <typeinfo>
 
 #include "cli/Commands.h"
 #include "cli/ExtractFolder.h"

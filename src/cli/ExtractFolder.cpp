@@ -41,7 +41,8 @@ bool writeAll(int fd, const Bytes& data) {
             errno = EINTR;
             return false;
         }
-        const ssize_t n = ::write(fd, data.data() + done, std::min(kWriteChunk, data.size() - done));
+        const ssize_t n =
+            ::write(fd, data.data() + done, std::min(kWriteChunk, data.size() - done));
         if (n < 0) {
             if (errno == EINTR) continue;
             return false;
@@ -102,8 +103,8 @@ std::optional<ExtractFolder> ExtractFolder::create(int parentFd, const std::stri
             return std::nullopt;
         }
         // Made just now; a link put in its place since is not followed.
-        const int fd = ::openat(parentFd, candidate.c_str(),
-                                O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        const int fd =
+            ::openat(parentFd, candidate.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
         if (fd < 0) return std::nullopt;
         return ExtractFolder(fd, joinPath(parentPath, candidate));
     }
@@ -130,7 +131,8 @@ std::optional<std::string> ExtractFolder::write(const std::string& name, const B
     std::string temporary;
     int fd = -1;
     for (unsigned tries = 0; fd < 0 && tries < kMaxNumbered; ++tries) {
-        temporary = ".quillbox-" + std::to_string(::getpid()) + "-" + std::to_string(temporaries_++);
+        temporary =
+            ".quillbox-" + std::to_string(::getpid()) + "-" + std::to_string(temporaries_++);
         fd = ::openat(fd_, temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                       0666);
         if (fd < 0 && errno != EEXIST) return std::nullopt;
@@ -138,8 +140,10 @@ std::optional<std::string> ExtractFolder::write(const std::string& name, const B
     if (fd < 0) return std::nullopt;
     const bool written = writeAll(fd, data);
     int savedErrno = errno;
-    if (::close(fd) != 0 && written) savedErrno = errno;
-    else if (written) savedErrno = 0;
+    if (::close(fd) != 0 && written)
+        savedErrno = errno;
+    else if (written)
+        savedErrno = 0;
     if (savedErrno != 0) {
         ::unlinkat(fd_, temporary.c_str(), 0);
         errno = savedErrno;
@@ -150,9 +154,8 @@ std::optional<std::string> ExtractFolder::write(const std::string& name, const B
     // Numbering resumes where it stopped for this name: a thousand "image001.png" cost a
     // thousand tries, not half a million.
     unsigned& next = nextNumber_[safe];
-    const unsigned first = isWindowsReservedName(safe) || (!reservedName && reserved_.contains(safe))
-                               ? 2
-                               : 1;
+    const unsigned first =
+        isWindowsReservedName(safe) || (!reservedName && reserved_.contains(safe)) ? 2 : 1;
     for (unsigned n = reservedName ? 1 : std::max(next, first); n <= kMaxNumbered; ++n) {
         const std::string candidate = numberedFilename(safe, n);
         if (n > 1 && !reservedName && reserved_.contains(candidate)) continue;

@@ -53,8 +53,7 @@ int infoOf(const std::string& file, bool json) {
         }
         print(line.dump(-1, ' ', false, Dictionary::error_handler_t::replace) + "\n");
     } else {
-        print(fmt::format("{} ({})\n", file, formatName(in.format)) +
-              messageText(*in.message, 1));
+        print(fmt::format("{} ({})\n", file, formatName(in.format)) + messageText(*in.message, 1));
     }
     if (in.error) reportFailure(file, *in.error);
     return finishInput(in, in.error ? kExitFailed : kExitOK);

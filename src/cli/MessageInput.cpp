@@ -40,10 +40,20 @@ std::optional<uint64_t> parseByteSize(const std::string& text) {
     unsigned shift = 0;
     if (i < text.size()) {
         switch (text[i]) {
-            case 'k': case 'K': shift = 10; break;
-            case 'm': case 'M': shift = 20; break;
-            case 'g': case 'G': shift = 30; break;
-            default: return std::nullopt;
+            case 'k':
+            case 'K':
+                shift = 10;
+                break;
+            case 'm':
+            case 'M':
+                shift = 20;
+                break;
+            case 'g':
+            case 'G':
+                shift = 30;
+                break;
+            default:
+                return std::nullopt;
         }
         if (++i != text.size()) return std::nullopt;
     }
@@ -123,8 +133,9 @@ int finishInput(const OpenedInput& in, int status) {
         if (report.partial()) status = worseStatus(status, kExitPartial);
     }
     if (mappedInputFaults() != in.faultsBefore) {
-        reportFailure(in.path, "the file shrank while it was read; what was read from it is "
-                               "incomplete");
+        reportFailure(in.path,
+                      "the file shrank while it was read; what was read from it is "
+                      "incomplete");
         status = kExitFailed;
     }
     return status;

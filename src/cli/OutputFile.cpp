@@ -55,8 +55,8 @@ bool writeOutput(const std::optional<std::string>& output, const Bytes& data,
         reportFailure(inputName, *output + ": " + std::strerror(errno));
         return false;
     }
-    const bool ok = std::fwrite(data.data(), 1, data.size(), stdout) == data.size() &&
-                    std::fflush(stdout) == 0;
+    const bool ok =
+        std::fwrite(data.data(), 1, data.size(), stdout) == data.size() && std::fflush(stdout) == 0;
     if (!ok) reportFailure(inputName, std::string("standard output: ") + std::strerror(errno));
     return ok;
 }

@@ -45,7 +45,8 @@ std::optional<HTMLBody> htmlBodyOfMessage(const OutlookMessage& message) {
         encoding = kUTF8Encoding;
     }
     // Too deep for the HTML step, which would drop what lies deeper: the body as it is.
-    if (htmlNestsDeeperThan(*text, kMaxHTMLStepDepth)) return HTMLBody{Bytes::fromString(*bytes), encoding};
+    if (htmlNestsDeeperThan(*text, kMaxHTMLStepDepth))
+        return HTMLBody{Bytes::fromString(*bytes), encoding};
     if (auto html = htmlWithFontsEnlarged(*text, kHTMLExportFontStep))
         return HTMLBody{Bytes::fromString(*html), kUTF8Encoding};
     return HTMLBody{Bytes::fromString(*bytes), encoding};

@@ -13,8 +13,8 @@ namespace {
 // Elements that never hold others, or whose end tag may be left out (the parser closes them
 // itself, so an unclosed run of them is no nesting).
 constexpr std::array<std::string_view, 27> kNotCounted = {
-    "area", "base",  "br",     "col",   "embed",    "hr",     "img",   "input", "link",
-    "meta", "param", "source", "track", "wbr",      "p",      "li",    "td",    "th",
+    "area", "base",  "br",     "col",    "embed",    "hr",    "img",   "input", "link",
+    "meta", "param", "source", "track",  "wbr",      "p",     "li",    "td",    "th",
     "tr",   "dt",    "dd",     "option", "optgroup", "tbody", "thead", "tfoot", "colgroup"};
 
 bool isNameChar(char c) {

@@ -97,8 +97,8 @@ MAPIPropList MAPIProp::propertiesOfMessage(const std::shared_ptr<const OutlookMe
             if (minSize == 0 && valueCount > 1) {
                 // Values that take no bytes are all the same value: keep one and the count.
                 auto value = MAPIValue::create(data, pos, baseType, id, message);
-                props.push_back(
-                    std::make_shared<MAPIProp>(std::move(value), valueCount, baseType, id, propName));
+                props.push_back(std::make_shared<MAPIProp>(std::move(value), valueCount, baseType,
+                                                           id, propName));
             } else {
                 // A last value cut off by the end of the stream still counts, as it reads.
                 const size_t left = data.size() - std::min(pos, data.size());

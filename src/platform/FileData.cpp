@@ -162,8 +162,8 @@ std::optional<Bytes> readFileData(const std::string& path, std::string* error, i
         }
     }
     if (address == MAP_FAILED) {
-        auto data = readStream(fd, std::max<uint64_t>(maxSize, uint64_t(st.st_size)), error,
-                               errorCode);
+        auto data =
+            readStream(fd, std::max<uint64_t>(maxSize, uint64_t(st.st_size)), error, errorCode);
         ::close(fd);
         return data;
     }

@@ -61,8 +61,8 @@ std::shared_ptr<TNEFMessage> TNEFMessage::create(Bytes data, const Dictionary* m
 std::shared_ptr<OutlookMessage> TNEFMessage::openEmbeddedMessage(const Bytes& data) const {
     if (depth_ + 1 > kMaxDepth) {
         logf("Embedded message nested deeper than {} levels not opened", kMaxDepth);
-        report()->warn(fmt::format("embedded message nested deeper than {} levels not read",
-                                   kMaxDepth));
+        report()->warn(
+            fmt::format("embedded message nested deeper than {} levels not read", kMaxDepth));
         return nullptr;
     }
     auto nested = std::make_shared<TNEFMessage>(data, nullptr, true, depth_ + 1, report());

@@ -230,11 +230,10 @@ TEST_F(Quillbox, ExtractKeepsHostileNamesInsideTheFolder) {
     RunResult r = run("extract " + input + " -o " + out.string());
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(filesUnder(out),
-              (std::set<std::string>{"hostile/Message.txt", "hostile/metadata.json", "hostile/x",
-                                     "hostile/passwd", "hostile/a_b", "hostile/ctl_name",
-                                     "hostile/same.txt", "hostile/same (2).txt",
-                                     "hostile/metadata (2).json", "hostile/Untitled",
-                                     "hostile/manifest.json"}));
+              (std::set<std::string>{
+                  "hostile/Message.txt", "hostile/metadata.json", "hostile/x", "hostile/passwd",
+                  "hostile/a_b", "hostile/ctl_name", "hostile/same.txt", "hostile/same (2).txt",
+                  "hostile/metadata (2).json", "hostile/Untitled", "hostile/manifest.json"}));
     EXPECT_FALSE(fs::exists(dir_ / "x"));
     EXPECT_EQ(slurp(out / "hostile" / "same (2).txt"), "content of same.txt");
     EXPECT_EQ(slurp(out / "hostile" / "metadata (2).json"), "content of metadata.json");

@@ -13,11 +13,11 @@
 #include <sstream>
 
 #include "OXMSG/OXMessage.h"
-#include "support/HostileInputs.h"
 #include "hostile/RunLimited.h"
 #include "mailkit/MKMimeHeadersParser.h"
 #include "model/MAPIArray.h"
 #include "platform/Dictionary.h"
+#include "support/HostileInputs.h"
 #include "support/LogCapture.h"
 #include "support/TNEFWriter.h"
 #include "tnef/TNEFMessage.h"
@@ -53,10 +53,10 @@ class Hostile : public testing::Test {
     // `allowed`, and name the file when they do not exit 0.
     void expectEveryCommand(const std::string& path, const std::vector<int>& allowed) {
         int n = 0;
-        for (std::vector<std::string> args :
-             {std::vector<std::string>{"info", "--json", path}, {"dump", path},
-              {"extract", path, "-o", (dir_ / "out").string()},
-              {"eml", path, "-o", (dir_ / "out.eml").string()}}) {
+        for (std::vector<std::string> args : {std::vector<std::string>{"info", "--json", path},
+                                              {"dump", path},
+                                              {"extract", path, "-o", (dir_ / "out").string()},
+                                              {"eml", path, "-o", (dir_ / "out.eml").string()}}) {
             SCOPED_TRACE(args.front());
             const auto r = run(args);
             ASSERT_TRUE(r.exited) << "killed by signal " << r.status << "\n" << r.err;

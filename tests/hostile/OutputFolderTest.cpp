@@ -85,7 +85,8 @@ TEST_F(OutputFolder, ALinkSwappedInForTheFolderReceivesNothing) {
         files += e.is_regular_file();
     EXPECT_EQ(files, 1000u + 2);
     // The swap came while files were being written, not after.
-    EXPECT_LT(fs::last_write_time(out / "moved" / "a1.bin"), fs::last_write_time(out / "moved" / "metadata.json"));
+    EXPECT_LT(fs::last_write_time(out / "moved" / "a1.bin"),
+              fs::last_write_time(out / "moved" / "metadata.json"));
 }
 
 TEST_F(OutputFolder, AnInterruptedRunLeavesOnlyWholeFiles) {

@@ -127,10 +127,8 @@ TEST(MAPIPropStream, HostileCountsAreBoundedByTheStream) {
     EXPECT_EQ(props.size(), 2u);
     // A billion zero-width values: kept as one value and the count, and what follows is
     // still read.
-    props = read(PropsWriter()
-                     .prop(0x1001, 0x0E0A, ByteWriter().u32(1'000'000'000).str())
-                     .u32(7, 7)
-                     .str());
+    props = read(
+        PropsWriter().prop(0x1001, 0x0E0A, ByteWriter().u32(1'000'000'000).str()).u32(7, 7).str());
     ASSERT_EQ(props.size(), 2u);
     EXPECT_EQ(props[0]->values().size(), 1u);
     EXPECT_EQ(props[0]->valueCount(), 1'000'000'000u);

@@ -9,8 +9,8 @@ namespace {
 TEST(ReadReport, BudgetsScaleWithTheInputAndWarnOnce) {
     ReadReport report(1000);
     EXPECT_FALSE(report.partial());
-    const uint64_t budget = 1000 / ReadReport::kInputBytesPerPropertyWork +
-                            ReadReport::kPropertyWorkFloor;
+    const uint64_t budget =
+        1000 / ReadReport::kInputBytesPerPropertyWork + ReadReport::kPropertyWorkFloor;
     EXPECT_TRUE(report.spendPropertyWork(budget - 1, 0));
     EXPECT_TRUE(report.spendPropertyWork(1, 0));
     EXPECT_FALSE(report.spendPropertyWork(1, 42));
@@ -20,8 +20,8 @@ TEST(ReadReport, BudgetsScaleWithTheInputAndWarnOnce) {
     EXPECT_TRUE(report.partial());
 
     ReadReport copies(1000);
-    const uint64_t allowed = 1000 * ReadReport::kMaterialisedPerByte +
-                             ReadReport::kMaterialisedFloor;
+    const uint64_t allowed =
+        1000 * ReadReport::kMaterialisedPerByte + ReadReport::kMaterialisedFloor;
     EXPECT_TRUE(copies.spendMaterialised(allowed));
     EXPECT_FALSE(copies.spendMaterialised(1));
     EXPECT_FALSE(copies.partial());  // the reader says what it left out

@@ -44,8 +44,9 @@ size_t fatEntry(const std::string& file, uint32_t sector, size_t sectorSize) {
 
 std::string simpleMsg() {
     MsgFile f;
-    f.root.string8(0x001A, "IPM.Note").string8(0x0037, "cycles").string8(0x1000,
-                                                                          std::string(5000, 'b'));
+    f.root.string8(0x001A, "IPM.Note")
+        .string8(0x0037, "cycles")
+        .string8(0x1000, std::string(5000, 'b'));
     f.root.string8(0x0C1A, "small");
     return f.write();
 }
@@ -152,7 +153,8 @@ std::string hugeLZFuClaim() {
     // dictionary references over and over.
     std::string payload;
     for (int i = 0; i < 2000; ++i)
-        payload += std::string("\xFF\x00\x0F\x00\x0F\x00\x0F\x00\x0F\x00\x0F\x00\x0F\x00\x0F\x00\x0F", 17);
+        payload +=
+            std::string("\xFF\x00\x0F\x00\x0F\x00\x0F\x00\x0F\x00\x0F\x00\x0F\x00\x0F\x00\x0F", 17);
     rtf.u32(uint32_t(payload.size() + 12)).u32(0xFFFFFFF0).u32(0x75465A4C).u32(0).raw(payload);
     PropsWriter props;
     props.string8(0x0037, "rtf").binary(0x1009, rtf.str());

@@ -17,7 +17,8 @@ class CFBEntry {
   public:
     // The root of the compound file in `data`; nothing when it is not one we can open.
     // Warnings and budgets go to `report` (a new one for this input when null).
-    static std::shared_ptr<CFBEntry> create(Bytes data, std::shared_ptr<ReadReport> report = nullptr);
+    static std::shared_ptr<CFBEntry> create(Bytes data,
+                                            std::shared_ptr<ReadReport> report = nullptr);
     CFBEntry(std::shared_ptr<const POLE::Storage> storage, const POLE::DirEntry* entry,
              std::string path)
         : storage_(std::move(storage)), entry_(entry), path_(std::move(path)) {}
