@@ -3,6 +3,7 @@
 #include "cli/OutputFile.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -28,7 +29,20 @@ bool writeAll(int fd, const Bytes& data) {
     return true;
 }
 
+// Straight into what is there: a device or a pipe cannot be replaced by a rename.
+bool writeInPlace(const std::string& path, const Bytes& data) {
+    const int fd = ::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+    if (fd < 0) return false;
+    const bool ok = writeAll(fd, data);
+    const int savedErrno = errno;
+    if (::close(fd) != 0 && ok) return false;
+    errno = savedErrno;
+    return ok;
+}
+
 bool writeFileWhole(const std::string& path, const Bytes& data) {
+    struct stat st {};
+    if (::stat(path.c_str(), &st) == 0 && !S_ISREG(st.st_mode)) return writeInPlace(path, data);
     const std::string temporary = path + ".quillbox-" + std::to_string(::getpid());
     const int fd =
         ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);

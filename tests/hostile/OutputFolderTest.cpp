@@ -173,5 +173,21 @@ TEST_F(OutputFolder, ReservedNamesAreNumberedAndTheManifestListsEveryFile) {
     EXPECT_EQ(byFile["metadata.json"]["exporter"], "metadata");
 }
 
+TEST_F(OutputFolder, SingleOutputFilesAreReplacedWholeAndDevicesWrittenInPlace) {
+    const std::string input = writeMessage("one.dat", 2, 10);
+    const fs::path eml = dir_ / "one.eml";
+    std::ofstream(eml) << "old content";
+    auto r = test::runLimited({"eml", input, "-o", eml.string()}, dir_);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_THAT(slurp(eml), HasSubstr("Subject: many"));
+    for (const auto& e : fs::directory_iterator(dir_))
+        EXPECT_FALSE(e.path().filename().string().starts_with(".")) << e.path();
+    // A device is written to, not replaced.
+    r = test::runLimited({"eml", input, "-o", "/dev/stdout"}, dir_);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_THAT(r.out, HasSubstr("Subject: many"));
+    EXPECT_TRUE(fs::is_symlink("/dev/stdout"));
+}
+
 }  // namespace
 }  // namespace qb
