@@ -29,7 +29,8 @@ bool writeAll(int fd, const Bytes& data) {
     return true;
 }
 
-// Straight into what is there: a device or a pipe cannot be replaced by a rename.
+// Straight into what is there: a device, a pipe or a symbolic link (to those, or to a file
+// kept elsewhere) must not be replaced by a rename.
 bool writeInPlace(const std::string& path, const Bytes& data) {
     const int fd = ::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
     if (fd < 0) return false;
@@ -42,7 +43,7 @@ bool writeInPlace(const std::string& path, const Bytes& data) {
 
 bool writeFileWhole(const std::string& path, const Bytes& data) {
     struct stat st {};
-    if (::stat(path.c_str(), &st) == 0 && !S_ISREG(st.st_mode)) return writeInPlace(path, data);
+    if (::lstat(path.c_str(), &st) == 0 && !S_ISREG(st.st_mode)) return writeInPlace(path, data);
     const std::string temporary = path + ".quillbox-" + std::to_string(::getpid());
     const int fd =
         ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
