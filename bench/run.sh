@@ -4,9 +4,13 @@
 # reading the input once. Writing is bound by the file system, so every run starts after a
 # sync.
 # Median of 5 runs (wall clock); peak RSS from /usr/bin/time. Writes bench/results.md.
-#   bench/run.sh [WORKDIR]      (default: a temporary folder, removed at the end)
+# With --hostile, only the crafted hostile inputs (each at two sizes) are run, every command
+# on each, and their section of bench/results.md is rewritten.
+#   bench/run.sh [--hostile] [WORKDIR]      (default: a temporary folder, removed at the end)
 set -euo pipefail
 cd "$(dirname "$0")/.."
+hostile=
+if [[ "${1:-}" == --hostile ]]; then hostile=yes; shift; fi
 QB_EXTRA_PACKAGES="time" scripts/install-deps.sh
 scripts/build.sh build >/dev/null
 
@@ -46,6 +50,67 @@ measure() {
     rows+=("| $label | $input | $median | $((rss / 1024)) |")
     echo "$label $input: ${median}s, $((rss / 1024)) MB" >&2
 }
+
+# The hostile inputs: every command on both sizes of each; exit status 0, 1 or 3 expected
+# (3: read only in part, with warnings), never a signal.
+hostile_rows=()
+measure_hostile() {
+    local input=$1 label=$2
+    shift 2
+    local times=() rss=0 status=0
+    for ((i = 0; i < 3; i++)); do
+        rm -rf "$outroot/out"
+        mkdir -p "$outroot/out"
+        status=0
+        /usr/bin/time -f "%e %M" -o "$work/time" "$@" >/dev/null 2>"$work/err" || status=$?
+        if ((status != 0 && status != 1 && status != 3)); then
+            echo "$label $input: exit $status" >&2
+            cat "$work/err" >&2
+            exit 1
+        fi
+        read -r t m < <(tail -n 1 "$work/time")
+        times+=("$t")
+        ((m > rss)) && rss=$m
+    done
+    local median
+    median=$(printf '%s\n' "${times[@]}" | sort -n | sed -n 2p)
+    hostile_rows+=("| $input ($(du -k "$work/hostile/$input" | cut -f1) KB) | $label | $status | $median | $((rss / 1024)) |")
+    echo "$input $label: exit $status, ${median}s, $((rss / 1024)) MB" >&2
+}
+
+run_hostile() {
+    mkdir -p "$work/hostile"
+    build/make-samples "$work/hostile" --hostile >/dev/null
+    for f in "$work"/hostile/*-[12].*; do
+        local input
+        input=$(basename "$f")
+        measure_hostile "$input" "info --json" "$q" info --json "$f"
+        measure_hostile "$input" "dump" "$q" dump "$f"
+        measure_hostile "$input" "extract" "$q" extract "$f" -o "$outroot/out"
+        measure_hostile "$input" "eml" "$q" eml "$f" -o "$outroot/out/x.eml"
+    done
+    {
+        echo "## Hostile inputs"
+        echo
+        echo "Crafted inputs (make-samples --hostile), each at two sizes (-1, -2: the count that"
+        echo "makes the work doubled). Median of 3 runs; $(date -u +%Y-%m-%d); load average at the"
+        echo "end: $(cut -d' ' -f1-3 /proc/loadavg) on $(nproc) cores."
+        echo
+        echo "| input | command | exit | median s | peak RSS MB |"
+        echo "|---|---|---|---|---|"
+        printf '%s\n' "${hostile_rows[@]}"
+    } >"$work/hostile.md"
+    # Replace the section in results.md, keeping what comes before it.
+    sed -i '/^## Hostile inputs/,$d' bench/results.md
+    cat "$work/hostile.md" >>bench/results.md
+    cat "$work/hostile.md"
+}
+
+if [[ -n "$hostile" ]]; then
+    run_hostile
+    [[ -n "$keep" ]] || rm -rf "$work"
+    exit 0
+fi
 
 # What cp does for the same job: the attachments, already split, copied into files.
 split_attachments() {
@@ -104,6 +169,9 @@ done
     echo "| RTF size | seconds | MB/s | peak RSS MB |"
     echo "|---|---|---|---|"
     printf '%s\n' "${rtfrows[@]}"
-} >bench/results.md
+} >"$work/results.md"
+# The hostile section stays until bench/run.sh --hostile writes it again.
+[[ -f bench/results.md ]] && sed -n '/^## Hostile inputs/,$p' bench/results.md >>"$work/results.md"
+cp "$work/results.md" bench/results.md
 cat bench/results.md
 [[ -n "$keep" ]] || rm -rf "$work"

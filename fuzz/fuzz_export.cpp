@@ -1,6 +1,7 @@
 // The exporters on whatever the readers make of the input: bodies (HTML regenerated through
 // libxml2), attachments with detected names, nested messages serialised as MIME.
 #include "OXMSG/OXMessage.h"
+#include "exporters/HTMLNesting.h"
 #include "exporters/TNEFMessageExporter.h"
 #include "platform/Log.h"
 #include "richtext/HTMLFontSizes.h"
@@ -29,5 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         exportAll(qb::TNEFMessage::create(bytes, nullptr, true, nullptr));
     // The HTML step on its own, with the input as markup.
     (void)qb::htmlWithFontsEnlarged(bytes.view(), 2.0);
+    // The nesting scan that decides whether the HTML step may read a body.
+    (void)qb::htmlNestsDeeperThan(bytes.view(), 8);
     return 0;
 }

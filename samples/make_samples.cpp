@@ -2,12 +2,13 @@
 // "--large N", also a winmail.dat of N attachments of 50 000 bytes and a .msg of N
 // attachments of 100 000 bytes (for measurements); with "--bench", the benchmark's inputs:
 // two sizes each of a large winmail.dat and a large .msg, and a folder of 5 000 small
-// messages.
+// messages; with "--hostile", the crafted hostile inputs at two sizes each (name-1, name-2).
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "support/HostileInputs.h"
 #include "support/SampleMessages.h"
 
 namespace {
@@ -51,6 +52,21 @@ int main(int argc, char** argv) {
         for (int i = 0; i < 5000; ++i) {
             const std::string name = dir + "/small/" + std::to_string(i);
             if (!(i % 2 ? writeFile(name + ".msg", smallMsg) : writeFile(name + ".dat", smallTNEF)))
+                return 1;
+        }
+    }
+    if (argc > 2 && std::strcmp(argv[2], "--hostile") == 0) {
+        namespace t = qb::test;
+        for (size_t k : {1, 2}) {
+            const std::string n = "-" + std::to_string(k);
+            if (!writeFile(dir + "/null-counts" + n + ".dat", t::zeroSizeValueCounts(2048 * k)) ||
+                !writeFile(dir + "/read-on" + n + ".dat", t::propertyListsReadingOn(4000 * k)) ||
+                !writeFile(dir + "/shared-sectors" + n + ".msg",
+                           t::sharedSectorMsg(1000 * k, size_t(1) << 20)) ||
+                !writeFile(dir + "/nested" + n + ".dat", t::nestedTNEF(28 * k, 1000)) ||
+                !writeFile(dir + "/headers" + n + ".msg", t::manyHeaderNamesMsg(40000 * k)) ||
+                !writeFile(dir + "/attachments" + n + ".dat", t::manyAttachments(20000 * k)) ||
+                !writeFile(dir + "/deep-html" + n + ".dat", t::deepHTML(1000 * k)))
                 return 1;
         }
     }

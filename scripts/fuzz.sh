@@ -2,7 +2,9 @@
 # Builds the libFuzzer targets with clang and runs each for SECONDS (default 60), seeded with
 # the shared corpus (copied at run time, never committed) and the bundled samples.
 #   scripts/fuzz.sh [SECONDS] [TARGET...]
-# With FUZZ_RUNS=N instead, each target runs N inputs with a fixed seed (repeatable).
+# With FUZZ_RUNS=N instead, each target runs N inputs with a fixed seed (repeatable). Every
+# target runs with -rss_limit_mb=512 -malloc_limit_mb=256, so an input that makes the readers
+# allocate far more than it holds is a finding.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-60}
@@ -49,7 +51,7 @@ for t in "${targets[@]}"; do
   fi
   echo "== $t"
   ASAN_OPTIONS=detect_leaks=1 build-fuzz/fuzz/$t "${limit[@]}" -max_len=200000 -timeout=10 \
-    -rss_limit_mb=2048 -artifact_prefix="$work/$t-" "$work/$t-corpus" "$seeds" 2>&1 \
+    -rss_limit_mb=512 -malloc_limit_mb=256 -artifact_prefix="$work/$t-" "$work/$t-corpus" "$seeds" 2>&1 \
     | grep -E '^#[0-9]+ *(DONE|INITED)|ERROR|SUMMARY|Done [0-9]+ runs' || true
   findings=$(find "$work" -maxdepth 1 -name "$t-crash-*" -o -name "$t-leak-*" \
              -o -name "$t-timeout-*" -o -name "$t-oom-*")

@@ -60,8 +60,9 @@ std::shared_ptr<OXMessage> OXMessage::create(Bytes data, bool ignoreChecksum) {
 std::shared_ptr<OXMessage> OXMessage::create(std::shared_ptr<CFBEntry> entry, bool ignoreChecksum,
                                              int depth) {
     if (!entry || depth > kMaxDepth) return nullptr;
-    auto message =
-        std::make_shared<OXMessage>(ignoreChecksum, depth, std::make_shared<OpenedStorages>());
+    auto report = entry->storage().io().report();
+    auto message = std::make_shared<OXMessage>(ignoreChecksum, depth,
+                                               std::make_shared<OpenedStorages>(), report);
     if (!message->open(std::move(entry))) return nullptr;
     return message;
 }
@@ -291,8 +292,12 @@ AttachmentList OXMessage::processAttachments(const CFBEntry& root) const {
         if (auto embedded = child->entry(kEmbeddedMessage)) {
             if (depth_ + 1 > kMaxDepth) {
                 logf("Embedded message nested deeper than {} levels not opened", kMaxDepth);
+                report()->warn(
+                    fmt::format("embedded message {} nested deeper than {} levels not read",
+                                embedded->path(), kMaxDepth));
             } else if (!opened_->contains(embedded->dirEntry())) {
-                auto message = std::make_shared<OXMessage>(ignoreChecksum_, depth_ + 1, opened_);
+                auto message =
+                    std::make_shared<OXMessage>(ignoreChecksum_, depth_ + 1, opened_, report());
                 if (message->open(embedded)) nested = std::move(message);
             }
             // A storage that is no message is an embedded OLE object: it becomes the

@@ -74,8 +74,13 @@ class OXMessage : public OutlookMessage {
         return nullptr;
     }
 
-    OXMessage(bool ignoreChecksum, int depth, std::shared_ptr<OpenedStorages> opened)
-        : ignoreChecksum_(ignoreChecksum), depth_(depth), opened_(std::move(opened)) {}
+    // `report` is the one of the compound file the message is read from.
+    OXMessage(bool ignoreChecksum, int depth, std::shared_ptr<OpenedStorages> opened,
+              std::shared_ptr<ReadReport> report)
+        : OutlookMessage(std::move(report)),
+          ignoreChecksum_(ignoreChecksum),
+          depth_(depth),
+          opened_(std::move(opened)) {}
 
   private:
     bool open(std::shared_ptr<CFBEntry> entry);

@@ -24,7 +24,22 @@ class Dumper {
   public:
     std::string out;
 
+    // Nested messages are shown to the readers' own depth limit; the guard only keeps a
+    // damaged model from recursing without end, and says so when it cuts.
     void message(const OutlookMessage& m, int depth) {
+        if (levels_ > kMaxNesting) {
+            m.report()->warn("embedded message nested too deep to dump");
+            return;
+        }
+        ++levels_;
+        messageLevel(m, depth);
+        --levels_;
+    }
+
+  private:
+    int levels_ = 0;
+
+    void messageLevel(const OutlookMessage& m, int depth) {
         if (auto ox = dynamic_cast<const OXMessage*>(&m)) return msgMessage(*ox, depth);
         const std::string pad(size_t(depth) * 4, ' ');
         out += fmt::format("{}encoding: {}\n", pad, ianaNameForEncoding(m.encoding()));
@@ -40,7 +55,6 @@ class Dumper {
         }
     }
 
-  private:
     // A .msg: its storage tree, then the properties of the message, of each recipient and of
     // each attachment, embedded messages indented below their attachment.
     void msgMessage(const OXMessage& m, int depth) {
@@ -63,7 +77,7 @@ class Dumper {
             const auto& a = *m.attachments()[i];
             out += fmt::format("{}  attachment {}:\n", pad, i + 1);
             if (a.mapiprops()) properties(*a.mapiprops(), depth + 1);
-            if (auto nested = a.nestedMessage(); nested && depth < kMaxNesting) {
+            if (auto nested = a.nestedMessage()) {
                 out += fmt::format("{}    embedded message:\n", pad);
                 message(*nested, depth + 2);
             }
@@ -127,10 +141,12 @@ class Dumper {
             label = fmt::format("0x{:04X}", p.name());
         }
         std::string type = propTypeName(p.type());
-        if (p.isMultiValued() && p.values().size() != 1) {
-            out += fmt::format("{}{} MV_{} [{}]\n", pad, label, type, p.values().size());
+        if (p.isMultiValued() && p.valueCount() != 1) {
+            out += fmt::format("{}{} MV_{} [{}]\n", pad, label, type, p.valueCount());
+            // Values that take no bytes are kept once, however many there are.
+            const bool repeated = p.valueCount() != p.values().size();
             for (const auto& v : p.values())
-                value(*v, depth + 1, "- ");
+                value(*v, depth + 1, repeated ? "- every value: " : "- ");
         } else {
             out += fmt::format("{}{} {}: ", pad, label, type);
             if (auto v = p.value())
@@ -149,8 +165,7 @@ class Dumper {
             return;
         }
         out += summarize(data) + "\n";
-        if (auto nested = std::get_if<std::shared_ptr<OutlookMessage>>(&data);
-            nested && *nested && depth < kMaxNesting)
+        if (auto nested = std::get_if<std::shared_ptr<OutlookMessage>>(&data); nested && *nested)
             message(**nested, depth + 1);
     }
 
@@ -166,21 +181,26 @@ std::string dumpMessage(const OutlookMessage& message) {
 }
 
 int runDump(const std::vector<std::string>& files) {
-    int status = 0;
+    int status = kExitOK;
     for (const auto& file : files) {
-        OpenedInput in = openInput(file);
-        if (in.message) {
-            std::string text = fmt::format("{}: {}\n", file, formatName(in.format));
-            text += dumpMessage(*in.message);
-            if (!writeStandardOutput(text)) {
-                reportStandardOutputFailure();
-                return 1;
-            }
-        }
-        if (in.error) {
-            reportFailure(file, *in.error);
-            status = 1;
-        }
+        bool outputFailed = false;
+        status = worseStatus(status, guardedInput(file, [&] {
+                                 OpenedInput in = openInput(file);
+                                 if (in.message) {
+                                     std::string text =
+                                         fmt::format("{}: {}\n", file, formatName(in.format));
+                                     text += dumpMessage(*in.message);
+                                     if (!writeStandardOutput(text)) {
+                                         reportStandardOutputFailure();
+                                         outputFailed = true;
+                                         return kExitFailed;
+                                     }
+                                 }
+                                 if (in.error) reportFailure(file, *in.error);
+                                 return finishInput(in, in.error ? kExitFailed : kExitOK);
+                             }));
+        // The rest would be lost as well.
+        if (outputFailed) return kExitFailed;
     }
     return status;
 }

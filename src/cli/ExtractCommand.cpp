@@ -2,10 +2,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cxxabi.h>
+
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <set>
+#include <typeinfo>
 
 #include "cli/Commands.h"
 #include "cli/ExtractFolder.h"
@@ -16,6 +20,7 @@
 #include "exporters/SafeFilename.h"
 #include "exporters/OriginalBodies.h"
 #include "exporters/TNEFMessageExporter.h"
+#include "platform/Digest.h"
 
 namespace qb::cli {
 
@@ -80,12 +85,12 @@ bool makeDirectories(const std::string& path) {
 // The names the files of a message get in its new, empty folder, in the order they are
 // written, for the content ids of its attachments.
 ContentIDFiles filesOfContentIDs(const TNEFMessageExporter& exporter) {
-    std::set<std::string> taken{"metadata.json"};
+    std::set<std::string> taken{"metadata.json", "manifest.json"};
     auto claim = [&taken](const std::string& name) {
         const std::string safe = safeFilename(name, "Untitled");
         for (unsigned n = 1;; ++n) {
             std::string candidate = numberedFilename(safe, n);
-            if (taken.insert(candidate).second) return candidate;
+            if (!isWindowsReservedName(candidate) && taken.insert(candidate).second) return candidate;
         }
     };
     ContentIDFiles files;
@@ -107,42 +112,70 @@ struct Totals {
     uint64_t bytes = 0;
 };
 
-// Writes every export of one message; false when anything could not be written.
-bool extractMessage(const OpenedInput& in, const std::string& parent, bool originalBodies,
-                    Progress& progress, Totals& totals) {
+constexpr const char* kMetadataName = "metadata.json";
+constexpr const char* kManifestName = "manifest.json";
+
+// The exporter's class name without its namespace, for the manifest.
+std::string exporterName(const QBExporter& e) {
+    int status = 0;
+    char* demangled = abi::__cxa_demangle(typeid(e).name(), nullptr, nullptr, &status);
+    std::string name = status == 0 && demangled ? demangled : typeid(e).name();
+    std::free(demangled);
+    if (const size_t colon = name.rfind("::"); colon != std::string::npos) name.erase(0, colon + 2);
+    return name;
+}
+
+// Writes every export of one message; the input's exit status.
+int extractMessage(const OpenedInput& in, int parentFd, const std::string& parent,
+                   bool originalBodies, Progress& progress, Totals& totals) {
     auto exporter = TNEFMessageExporter::create(in.message, nullptr, false);
-    auto folder = ExtractFolder::create(parent, folderNameFor(in.path));
+    auto folder = ExtractFolder::create(parentFd, parent, folderNameFor(in.path));
     if (!folder) {
         progress.clear();
         reportFailure(
             in.path, fmt::format("{}: cannot create the folder: {}", parent, std::strerror(errno)));
         progress.redraw();
-        return false;
+        return kExitFailed;
     }
+    // Written last, but named first: an attachment of the same name is the one numbered.
+    folder->reserve(kMetadataName);
+    folder->reserve(kManifestName);
 
     bool ok = true;
-    auto save = [&](const std::string& name, const Bytes& data) {
-        auto path = folder->write(name, data);
+    std::vector<std::string> notWritten;
+    Dictionary manifest = Dictionary::array();
+    auto save = [&](const std::string& name, const Bytes& data, const std::string& source,
+                    bool reserved) {
+        if (interrupted()) {
+            notWritten.push_back(name);
+            return;
+        }
+        auto path = folder->write(name, data, reserved);
         if (!path) {
             progress.clear();
-            reportFailure(in.path,
-                          fmt::format("{}/{}: {}", folder->path(), name, std::strerror(errno)));
+            if (errno == EINTR)
+                notWritten.push_back(name);
+            else
+                reportFailure(in.path,
+                              fmt::format("{}/{}: {}", folder->path(), name, std::strerror(errno)));
             progress.redraw();
             ok = false;
-        } else {
-            progress.clearForOutput();
-            std::printf("%s\n", path->c_str());
-            std::fflush(stdout);
-            progress.redrawForOutput();
-            ++totals.files;
-            totals.bytes += data.size();
+            return;
         }
+        progress.clearForOutput();
+        std::printf("%s\n", path->c_str());
+        std::fflush(stdout);
+        progress.redrawForOutput();
+        ++totals.files;
+        totals.bytes += data.size();
+        Dictionary entry = Dictionary::object();
+        entry["exporter"] = source;
+        entry["file"] = path->substr(path->rfind('/') + 1);
+        entry["size"] = data.size();
+        entry["sha256"] = sha256Hex(data);
+        manifest.push_back(std::move(entry));
     };
 
-    // First, so that an attachment of the same name is the one that gets numbered.
-    const std::string metadata =
-        exporter->metadataPlist().dump(2, ' ', false, Dictionary::error_handler_t::replace) + "\n";
-    save("metadata.json", Bytes::fromString(metadata));
     const ContentIDFiles linked = filesOfContentIDs(*exporter);
     for (const auto* list : {&exporter->textExporters(), &exporter->attachmentExporters()}) {
         for (const auto& e : *list) {
@@ -151,13 +184,30 @@ bool extractMessage(const OpenedInput& in, const std::string& parent, bool origi
             // A page's pictures are the files written beside it.
             if (!linked.empty() && e->mimeType() == "text/html" && list == &exporter->textExporters())
                 data = Bytes::adoptString(htmlWithContentIDsLinked(data->view(), linked));
-            save(e->filename().value_or("Untitled"), *data);
+            save(e->filename().value_or("Untitled"), *data, exporterName(*e), false);
         }
     }
     if (originalBodies)
         for (const auto& body : qb::originalBodies(*in.message))
-            save(body.filename, body.data);
-    return ok;
+            save(body.filename, body.data, "original body", false);
+    // Last, so that a run cut short leaves no description of files that are not there.
+    const std::string metadata =
+        exporter->metadataPlist().dump(2, ' ', false, Dictionary::error_handler_t::replace) + "\n";
+    save(kMetadataName, Bytes::fromString(metadata), "metadata", true);
+    save(kManifestName,
+         Bytes::fromString(manifest.dump(2, ' ', false, Dictionary::error_handler_t::replace) +
+                           "\n"),
+         "manifest", true);
+    if (!notWritten.empty()) {
+        std::string names;
+        for (const auto& n : notWritten)
+            names += (names.empty() ? "" : ", ") + n;
+        progress.clear();
+        reportFailure(in.path, "interrupted; not written: " + names);
+        progress.redraw();
+        ok = false;
+    }
+    return ok ? kExitOK : kExitFailed;
 }
 
 }  // namespace
@@ -165,54 +215,68 @@ bool extractMessage(const OpenedInput& in, const std::string& parent, bool origi
 int runExtract(const std::vector<std::string>& files, const std::optional<std::string>& outDir,
                bool originalBodies) {
     const std::string parent = outDir.value_or(".");
-    if (!makeDirectories(parent)) {
+    const int parentFd = makeDirectories(parent) ? openFolder(parent) : -1;
+    if (parentFd < 0) {
         std::fprintf(stderr, "quillbox: %s: cannot create the folder: %s\n", parent.c_str(),
                      std::strerror(errno));
-        return 1;
+        return kExitFailed;
     }
+    installInterruptHandlers();
     Progress progress(files.size() > 1 && ::isatty(STDERR_FILENO));
     Totals totals;
-    for (size_t i = 0; i < files.size(); ++i) {
+    int status = kExitOK;
+    for (size_t i = 0; i < files.size() && !interrupted(); ++i) {
         progress.show(i + 1, files.size(), files[i]);
-        OpenedInput in = openInput(files[i]);
-        if (!in.message) {
+        const int fileStatus = guardedInput(files[i], [&] {
+            OpenedInput in = openInput(files[i]);
+            if (!in.message) {
+                progress.clear();
+                reportFailure(files[i], in.error.value_or("cannot be read"));
+                progress.redraw();
+                return finishInput(in, kExitFailed);
+            }
+            int result = extractMessage(in, parentFd, parent, originalBodies, progress, totals);
+            if (in.error) {
+                // Read only in part: what could be read is written, and the input counts as
+                // failed.
+                progress.clear();
+                reportFailure(files[i], *in.error);
+                progress.redraw();
+                result = kExitFailed;
+            }
             progress.clear();
-            reportFailure(files[i], in.error.value_or("cannot be read"));
+            result = finishInput(in, result);
             progress.redraw();
-            ++totals.failed;
-            continue;
-        }
-        bool ok = extractMessage(in, parent, originalBodies, progress, totals);
-        if (in.error) {
-            // Read only in part: what could be read is written, and the input counts as failed.
-            progress.clear();
-            reportFailure(files[i], *in.error);
-            progress.redraw();
-            ok = false;
-        }
-        ++(ok ? totals.done : totals.failed);
+            return result;
+        });
+        ++(fileStatus == kExitFailed ? totals.failed : totals.done);
+        status = worseStatus(status, fileStatus);
     }
+    ::close(parentFd);
     progress.finish();
+    if (interrupted()) status = kExitFailed;
     std::fprintf(stderr, "quillbox: %zu done, %zu failed; %zu files, %llu bytes written to %s\n",
                  totals.done, totals.failed, totals.files,
                  static_cast<unsigned long long>(totals.bytes), parent.c_str());
-    return totals.failed ? 1 : 0;
+    return status;
 }
 
 int runEml(const std::string& file, const std::optional<std::string>& output) {
-    OpenedInput in = openInput(file);
-    if (!in.message) {
-        reportFailure(file, in.error.value_or("cannot be read"));
-        return 1;
-    }
-    // The message as a whole, built the way a message inside another one is.
-    auto exporter = TNEFMessageExporter::create(in.message, nullptr, true);
-    bool ok = exporter->data() && writeOutput(output, *exporter->data(), file);
-    if (in.error) {
-        reportFailure(file, *in.error);
-        ok = false;
-    }
-    return ok ? 0 : 1;
+    return guardedInput(file, [&] {
+        OpenedInput in = openInput(file);
+        if (!in.message) {
+            reportFailure(file, in.error.value_or("cannot be read"));
+            return finishInput(in, kExitFailed);
+        }
+        // The message as a whole, built the way a message inside another one is.
+        auto exporter = TNEFMessageExporter::create(in.message, nullptr, true);
+        bool ok = exporter->data() && writeOutput(output, *exporter->data(), file);
+        if (in.error) {
+            reportFailure(file, *in.error);
+            ok = false;
+        }
+        return finishInput(in, ok ? kExitOK : kExitFailed);
+    });
 }
 
 }  // namespace qb::cli

@@ -1,10 +1,15 @@
+// The extract command's output folders: made relative to an open handle, files written whole
+// under a temporary name and renamed into place without replacing anything.
 #include "cli/ExtractFolder.h"
 
 #include <fcntl.h>
+#include <signal.h>
+#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 
 #include "exporters/SafeFilename.h"
@@ -15,6 +20,14 @@ namespace {
 
 // Enough for any real message; a bound so that a full folder cannot loop for ever.
 constexpr unsigned kMaxNumbered = 100000;
+// Written in pieces so that an interruption is noticed within one piece.
+constexpr size_t kWriteChunk = size_t(1) << 20;
+
+volatile sig_atomic_t gInterrupted = 0;
+
+void onInterrupt(int) {
+    gInterrupted = 1;
+}
 
 std::string joinPath(const std::string& dir, const std::string& name) {
     if (dir.empty() || dir == ".") return name;
@@ -24,7 +37,12 @@ std::string joinPath(const std::string& dir, const std::string& name) {
 bool writeAll(int fd, const Bytes& data) {
     size_t done = 0;
     while (done < data.size()) {
-        const ssize_t n = ::write(fd, data.data() + done, data.size() - done);
+        if (gInterrupted) {
+            errno = EINTR;
+            return false;
+        }
+        const ssize_t n =
+            ::write(fd, data.data() + done, std::min(kWriteChunk, data.size() - done));
         if (n < 0) {
             if (errno == EINTR) continue;
             return false;
@@ -34,42 +52,124 @@ bool writeAll(int fd, const Bytes& data) {
     return true;
 }
 
+// Moves `from` to `to` in the folder unless `to` exists.
+bool renameNoReplace(int fd, const std::string& from, const std::string& to) {
+    if (::renameat2(fd, from.c_str(), fd, to.c_str(), RENAME_NOREPLACE) == 0) return true;
+    if (errno != EINVAL && errno != ENOSYS) return false;
+    // File systems without RENAME_NOREPLACE: a hard link fails the same way on a taken name.
+    if (::linkat(fd, from.c_str(), fd, to.c_str(), 0) != 0) return false;
+    ::unlinkat(fd, from.c_str(), 0);
+    return true;
+}
+
 }  // namespace
 
-std::optional<ExtractFolder> ExtractFolder::create(const std::string& parent,
+bool isWindowsReservedName(const std::string& name) {
+    std::string stem = name.substr(0, name.find('.'));
+    while (!stem.empty() && stem.back() == ' ')
+        stem.pop_back();
+    for (char& c : stem)
+        c = char(std::toupper(static_cast<unsigned char>(c)));
+    if (stem == "CON" || stem == "PRN" || stem == "AUX" || stem == "NUL") return true;
+    return stem.size() == 4 && (stem.starts_with("COM") || stem.starts_with("LPT")) &&
+           stem[3] >= '1' && stem[3] <= '9';
+}
+
+bool interrupted() {
+    return gInterrupted != 0;
+}
+
+void installInterruptHandlers() {
+    struct sigaction action {};
+    action.sa_handler = onInterrupt;
+    sigemptyset(&action.sa_mask);
+    // No SA_RESTART: a blocked write returns, and the loop sees the flag.
+    action.sa_flags = 0;
+    ::sigaction(SIGINT, &action, nullptr);
+    ::sigaction(SIGTERM, &action, nullptr);
+}
+
+int openFolder(const std::string& path) {
+    return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+}
+
+std::optional<ExtractFolder> ExtractFolder::create(int parentFd, const std::string& parentPath,
                                                    const std::string& name) {
     const std::string safe = safeFilename(name, "message");
-    for (unsigned n = 1; n <= kMaxNumbered; ++n) {
-        const std::string path = joinPath(parent, numberedFilename(safe, n));
-        if (::mkdir(path.c_str(), 0777) == 0) return ExtractFolder(path);
-        if (errno != EEXIST) return std::nullopt;
+    for (unsigned n = isWindowsReservedName(safe) ? 2 : 1; n <= kMaxNumbered; ++n) {
+        const std::string candidate = numberedFilename(safe, n);
+        if (::mkdirat(parentFd, candidate.c_str(), 0777) != 0) {
+            if (errno == EEXIST) continue;
+            return std::nullopt;
+        }
+        // Made just now; a link put in its place since is not followed.
+        const int fd =
+            ::openat(parentFd, candidate.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        if (fd < 0) return std::nullopt;
+        return ExtractFolder(fd, joinPath(parentPath, candidate));
     }
     errno = EEXIST;
     return std::nullopt;
 }
 
-std::optional<std::string> ExtractFolder::write(const std::string& name, const Bytes& data) {
+ExtractFolder::ExtractFolder(ExtractFolder&& other) noexcept
+    : fd_(other.fd_),
+      path_(std::move(other.path_)),
+      nextNumber_(std::move(other.nextNumber_)),
+      reserved_(std::move(other.reserved_)),
+      temporaries_(other.temporaries_) {
+    other.fd_ = -1;
+}
+
+ExtractFolder::~ExtractFolder() {
+    if (fd_ >= 0) ::close(fd_);
+}
+
+std::optional<std::string> ExtractFolder::write(const std::string& name, const Bytes& data,
+                                                bool reservedName) {
+    // The content first, under a name no export can have (safe names never start with a dot).
+    std::string temporary;
+    int fd = -1;
+    for (unsigned tries = 0; fd < 0 && tries < kMaxNumbered; ++tries) {
+        temporary =
+            ".quillbox-" + std::to_string(::getpid()) + "-" + std::to_string(temporaries_++);
+        fd = ::openat(fd_, temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                      0666);
+        if (fd < 0 && errno != EEXIST) return std::nullopt;
+    }
+    if (fd < 0) return std::nullopt;
+    const bool written = writeAll(fd, data);
+    int savedErrno = errno;
+    if (::close(fd) != 0 && written)
+        savedErrno = errno;
+    else if (written)
+        savedErrno = 0;
+    if (savedErrno != 0) {
+        ::unlinkat(fd_, temporary.c_str(), 0);
+        errno = savedErrno;
+        return std::nullopt;
+    }
+
     const std::string safe = safeFilename(name, "Untitled");
     // Numbering resumes where it stopped for this name: a thousand "image001.png" cost a
     // thousand tries, not half a million.
     unsigned& next = nextNumber_[safe];
-    for (unsigned n = std::max(next, 1u); n <= kMaxNumbered; ++n) {
-        const std::string path = joinPath(path_, numberedFilename(safe, n));
-        const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd < 0) {
+    const unsigned first =
+        isWindowsReservedName(safe) || (!reservedName && reserved_.contains(safe)) ? 2 : 1;
+    for (unsigned n = reservedName ? 1 : std::max(next, first); n <= kMaxNumbered; ++n) {
+        const std::string candidate = numberedFilename(safe, n);
+        if (n > 1 && !reservedName && reserved_.contains(candidate)) continue;
+        if (!renameNoReplace(fd_, temporary, candidate)) {
             if (errno == EEXIST) continue;
-            return std::nullopt;
-        }
-        next = n + 1;
-        const bool ok = writeAll(fd, data);
-        const int savedErrno = errno;
-        if (::close(fd) != 0 || !ok) {
-            if (ok) return std::nullopt;
+            savedErrno = errno;
+            ::unlinkat(fd_, temporary.c_str(), 0);
             errno = savedErrno;
             return std::nullopt;
         }
-        return path;
+        if (!reservedName) next = n + 1;
+        return joinPath(path_, candidate);
     }
+    ::unlinkat(fd_, temporary.c_str(), 0);
     errno = EEXIST;
     return std::nullopt;
 }

@@ -41,7 +41,46 @@ std::string notAMessageText(const Bytes& data) {
                        fmt::format("{} {}", article, format->description));
 }
 
+uint64_t gMaxInputSize = kDefaultMaxInputSize;
+
 }  // namespace
+
+void setMaxInputSize(uint64_t bytes) {
+    gMaxInputSize = bytes;
+}
+
+std::optional<uint64_t> parseByteSize(const std::string& text) {
+    if (text.empty()) return std::nullopt;
+    uint64_t value = 0;
+    size_t i = 0;
+    for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) {
+        if (value > (UINT64_MAX - 9) / 10) return std::nullopt;
+        value = value * 10 + uint64_t(text[i] - '0');
+    }
+    if (i == 0) return std::nullopt;
+    unsigned shift = 0;
+    if (i < text.size()) {
+        switch (text[i]) {
+            case 'k':
+            case 'K':
+                shift = 10;
+                break;
+            case 'm':
+            case 'M':
+                shift = 20;
+                break;
+            case 'g':
+            case 'G':
+                shift = 30;
+                break;
+            default:
+                return std::nullopt;
+        }
+        if (++i != text.size()) return std::nullopt;
+    }
+    if (shift && value > (UINT64_MAX >> shift)) return std::nullopt;
+    return value << shift;
+}
 
 const char* formatName(InputFormat format) {
     switch (format) {
@@ -57,9 +96,10 @@ const char* formatName(InputFormat format) {
 OpenedInput openInput(const std::string& path) {
     OpenedInput in;
     in.path = path;
+    in.faultsBefore = mappedInputFaults();
     std::string readError;
     int readErrno = 0;
-    auto data = readFileData(path, &readError, &readErrno);
+    auto data = readFileData(path, &readError, &readErrno, gMaxInputSize);
     if (!data) {
         in.error = readError;
         in.errorDomain = "POSIX";
@@ -102,6 +142,43 @@ std::string filledErrorText(const std::string& path, const std::string& reason) 
 
 void reportFailure(const std::string& path, const std::string& reason) {
     std::fprintf(stderr, "quillbox: %s: %s\n", path.c_str(), filledErrorText(path, reason).c_str());
+}
+
+int worseStatus(int a, int b) {
+    auto rank = [](int s) { return s == kExitFailed ? 2 : s == kExitPartial ? 1 : 0; };
+    return rank(a) >= rank(b) ? a : b;
+}
+
+int finishInput(const OpenedInput& in, int status) {
+    if (in.message) {
+        const auto& report = *in.message->report();
+        for (const auto& w : report.warnings()) {
+            std::string line = "warning: " + w.text;
+            if (w.offset) line += fmt::format(" (at offset {})", *w.offset);
+            reportFailure(in.path, line);
+        }
+        if (auto dropped = report.droppedWarnings())
+            reportFailure(in.path, fmt::format("warning: {} more warnings", dropped));
+        if (report.partial()) status = worseStatus(status, kExitPartial);
+    }
+    if (mappedInputFaults() != in.faultsBefore) {
+        reportFailure(in.path,
+                      "the file shrank while it was read; what was read from it is "
+                      "incomplete");
+        status = kExitFailed;
+    }
+    return status;
+}
+
+int guardedInput(const std::string& path, const std::function<int()>& body) {
+    try {
+        return body();
+    } catch (const std::bad_alloc&) {
+        reportFailure(path, "out of memory reading " + path);
+    } catch (const std::exception& e) {
+        reportFailure(path, std::string("internal error: ") + e.what());
+    }
+    return kExitFailed;
 }
 
 }  // namespace qb::cli

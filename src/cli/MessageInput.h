@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -24,7 +26,14 @@ struct OpenedInput {
     // cannot be read.
     std::string errorDomain;
     int errorCode = 0;
+    // Mapped-input faults counted before the file was read (see mappedInputFaults).
+    uint64_t faultsBefore = 0;
 };
+
+// The most a non-regular input (pipe, device, standard input) is read to; --max-size.
+void setMaxInputSize(uint64_t bytes);
+// "2G", "512M", "64K" or a plain byte count; nothing when it is none of these.
+std::optional<uint64_t> parseByteSize(const std::string& text);
 
 // Reads `path` ("-" for standard input) and opens it by its content.
 OpenedInput openInput(const std::string& path);
@@ -33,5 +42,20 @@ OpenedInput openInput(const std::string& path);
 void reportFailure(const std::string& path, const std::string& reason);
 // A reader's error text with the file name in the place it leaves open ("%@").
 std::string filledErrorText(const std::string& path, const std::string& reason);
+
+// Exit statuses.
+inline constexpr int kExitOK = 0, kExitFailed = 1, kExitUsage = 2, kExitPartial = 3;
+
+// Once a command is done with an input: its warnings on standard error as
+// "quillbox: FILE: warning: TEXT (at offset N)", a failure when the file changed while it
+// was read, and the input's exit status (`status` is what the command found itself:
+// kExitOK or kExitFailed). Failure outranks a partial read.
+int finishInput(const OpenedInput& in, int status);
+// The worse of two exit statuses: failed, then partial, then OK.
+int worseStatus(int a, int b);
+
+// Runs `body` for one input; memory running out or any other exception becomes a failure
+// naming the file instead of ending the process.
+int guardedInput(const std::string& path, const std::function<int()>& body);
 
 }  // namespace qb::cli

@@ -33,9 +33,7 @@ std::optional<Bytes> bodyAs(RTFBodyForm form, const std::shared_ptr<const Outloo
     return Bytes::adoptString(styled->plainText());
 }
 
-}  // namespace
-
-int runRTF(const std::string& file, const std::optional<std::string>& output, RTFBodyForm form) {
+int rtfOf(const std::string& file, const std::optional<std::string>& output, RTFBodyForm form) {
     OpenedInput in = openInput(file);
     if (!in.message) {
         reportFailure(file, in.error.value_or("cannot be read"));
@@ -62,10 +60,16 @@ int runRTF(const std::string& file, const std::optional<std::string>& output, RT
     if (!body) {
         reportFailure(file, form == RTFBodyForm::HTML ? "the RTF body could not be made into HTML"
                                                       : "the RTF body holds no readable text");
-        return 1;
+        return finishInput(in, kExitFailed);
     }
     if (!writeOutput(output, *body, file)) return 1;
-    return in.error ? 1 : 0;
+    return finishInput(in, in.error ? kExitFailed : kExitOK);
+}
+
+}  // namespace
+
+int runRTF(const std::string& file, const std::optional<std::string>& output, RTFBodyForm form) {
+    return guardedInput(file, [&] { return rtfOf(file, output, form); });
 }
 
 }  // namespace qb::cli

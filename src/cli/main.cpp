@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "cli/Commands.h"
+#include "cli/MessageInput.h"
 #include "platform/Log.h"
 
 namespace {
@@ -27,6 +28,13 @@ int main(int argc, char** argv) {
     CLI::App app{"quillbox: read Outlook TNEF (winmail.dat) and .msg messages"};
     app.require_subcommand(1);
     app.set_version_flag("--version", "quillbox 0.1.0");
+
+    // Options of the whole program may also follow the subcommand.
+    app.fallthrough();
+    std::string maxSize;
+    app.add_option("--max-size", maxSize,
+                   "read at most this much of a pipe, device or standard input (default 2G; "
+                   "K, M, G suffixes)");
 
     std::vector<std::string> files;
     std::optional<std::string> output;
@@ -70,16 +78,36 @@ int main(int argc, char** argv) {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
         const int code = app.exit(e);
-        return code == 0 ? 0 : 2;
+        return code == 0 ? 0 : qb::cli::kExitUsage;
     }
-    if (*dump) return qb::cli::runDump(files);
-    if (*rtf)
-        return qb::cli::runRTF(rtfFile, output,
-                               rtfHTML   ? qb::cli::RTFBodyForm::HTML
-                               : rtfText ? qb::cli::RTFBodyForm::Text
-                                         : qb::cli::RTFBodyForm::RTF);
-    if (*info) return qb::cli::runInfo(files, json);
-    if (*extract) return qb::cli::runExtract(files, output, originalBodies);
-    if (*eml) return qb::cli::runEml(emlFile, output);
-    return 2;
+    if (!maxSize.empty()) {
+        auto bytes = qb::cli::parseByteSize(maxSize);
+        if (!bytes || *bytes == 0) {
+            std::fprintf(stderr, "quillbox: --max-size: not a size: %s\n", maxSize.c_str());
+            return qb::cli::kExitUsage;
+        }
+        qb::cli::setMaxInputSize(*bytes);
+    }
+    // Whatever escapes a command's own guard (it runs out of memory between inputs) still
+    // ends with a clear error rather than an abort.
+    auto run = [&] {
+        if (*dump) return qb::cli::runDump(files);
+        if (*rtf)
+            return qb::cli::runRTF(rtfFile, output,
+                                   rtfHTML   ? qb::cli::RTFBodyForm::HTML
+                                   : rtfText ? qb::cli::RTFBodyForm::Text
+                                             : qb::cli::RTFBodyForm::RTF);
+        if (*info) return qb::cli::runInfo(files, json);
+        if (*extract) return qb::cli::runExtract(files, output, originalBodies);
+        if (*eml) return qb::cli::runEml(emlFile, output);
+        return qb::cli::kExitUsage;
+    };
+    try {
+        return run();
+    } catch (const std::bad_alloc&) {
+        std::fputs("quillbox: out of memory\n", stderr);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "quillbox: internal error: %s\n", e.what());
+    }
+    return qb::cli::kExitFailed;
 }

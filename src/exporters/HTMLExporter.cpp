@@ -1,5 +1,6 @@
 #include "exporters/HTMLExporter.h"
 
+#include "exporters/HTMLNesting.h"
 #include "exporters/PlainTextExporter.h"
 #include "mime/ContentCoders.h"
 #include "model/MAPIArray.h"
@@ -45,6 +46,9 @@ std::optional<HTMLBody> htmlBodyOfMessage(const OutlookMessage& message) {
         bytes = *text;
         encoding = kUTF8Encoding;
     }
+    // Too deep for the HTML step, which would drop what lies deeper: the body as it is.
+    if (htmlNestsDeeperThan(*text, kMaxHTMLStepDepth))
+        return HTMLBody{Bytes::fromString(*bytes), encoding};
     if (auto html = htmlWithFontsEnlarged(*text, kHTMLExportFontStep))
         return HTMLBody{Bytes::fromString(*html), kUTF8Encoding, true};
     return HTMLBody{Bytes::fromString(*bytes), encoding};

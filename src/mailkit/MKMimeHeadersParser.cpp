@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <unordered_map>
 
 #include "mailkit/MimeEncoding.h"
 #include "platform/StringEncoding.h"
@@ -35,6 +36,8 @@ bool equalsNoCase(std::string_view a, std::string_view b) {
 
 MKMimeHeaders MKMimeHeadersParser::parse(std::string_view block) {
     MKMimeHeaders::HeaderDictionary dict;
+    // Where each name sits in `dict`, so that many distinct names cost no more than few.
+    std::unordered_map<std::string, size_t> index;
     std::string* current = nullptr;  // the value continuation lines extend
     size_t pos = 0;
     while (pos < block.size()) {
@@ -61,14 +64,11 @@ MKMimeHeaders MKMimeHeadersParser::parse(std::string_view block) {
         std::string_view value = line.substr(colon + 1);
         while (!value.empty() && (value.front() == ' ' || value.front() == '\t'))
             value.remove_prefix(1);
-        auto it = std::find_if(dict.begin(), dict.end(),
-                               [&](const auto& entry) { return entry.first == trimmedName; });
-        if (it == dict.end()) {
-            dict.emplace_back(std::string(trimmedName), std::vector<std::string>{});
-            it = dict.end() - 1;
-        }
-        it->second.push_back(asText(value));
-        current = &it->second.back();
+        auto [at, added] = index.try_emplace(std::string(trimmedName), dict.size());
+        if (added) dict.emplace_back(at->first, std::vector<std::string>{});
+        auto& values = dict[at->second].second;
+        values.push_back(asText(value));
+        current = &values.back();
     }
     return MKMimeHeaders(std::move(dict));
 }

@@ -101,6 +101,9 @@ std::string phrase(std::string_view name) {
         }
         return out;
     }
+    // A word too long for one line can only be folded as encoded words: left as it is, it
+    // would push the whole message (and every message it is nested in) into Base64.
+    if (hasLongWord(clean)) return encodedWords(clean);
     if (isPhraseAtom(clean)) return clean;
     return quotedString(clean);
 }

@@ -6,6 +6,7 @@
 #include "model/OutlookMessage.h"
 #include "model/PropertyTags.h"
 #include "platform/ByteReader.h"
+#include "platform/ReadReport.h"
 #include "platform/StringEncoding.h"
 
 namespace qb {
@@ -42,6 +43,15 @@ std::shared_ptr<MAPIPropName> readPropName(ByteReader& in, uint32_t& id) {
     return std::make_shared<MAPIPropName>(guid, id, name);
 }
 
+// The fewest bytes one value of `baseType` takes in a stream: its fixed size, or the length
+// field of a variable-length value.
+size_t minimumValueSize(uint32_t baseType) {
+    if (baseType == PT_OBJECT || baseType == PT_STRING8 || baseType == PT_UNICODE ||
+        baseType == PT_BINARY)
+        return 4;
+    return size_t(MAPIValue::streamSize(Bytes(), 0, baseType));
+}
+
 }  // namespace
 
 bool MAPIProp::isMAPIPropType(uint32_t t) {
@@ -55,11 +65,14 @@ MAPIPropList MAPIProp::propertiesOfMessage(const std::shared_ptr<const OutlookMe
     ByteReader in(data, location);
     auto count = in.u32le();
     if (!count) return props;
-    // A hostile count must not size an allocation.
-    if (*count < 1024) props.reserve(*count);
+    ReadReport* report = message ? message->report().get() : nullptr;
+    auto spend = [&](uint64_t n) { return !report || report->spendPropertyWork(n, in.position()); };
+    // Each property takes at least its type and id.
+    const uint64_t fitting = in.fitCount(*count, 4);
+    if (fitting < 1024) props.reserve(size_t(fitting));
 
-    for (uint32_t i = 0; i < *count; ++i) {
-        if (!in.has(4)) break;
+    for (uint64_t i = 0; i < fitting; ++i) {
+        if (!in.has(4) || !spend(1)) break;
         const uint32_t type = *in.u16le();
         const uint32_t baseType = type & ~MV_FLAG;
         if (!isMAPIPropType(baseType)) break;
@@ -68,7 +81,7 @@ MAPIPropList MAPIProp::propertiesOfMessage(const std::shared_ptr<const OutlookMe
         std::shared_ptr<MAPIPropName> propName;
         if (id >= 0x8000 && id <= 0xFFFE) propName = readPropName(in, id);
 
-        uint32_t valueCount = 1;
+        uint64_t valueCount = 1;
         if (hasValueCount(type)) {
             auto n = in.u32le();
             if (!n) break;
@@ -80,15 +93,24 @@ MAPIPropList MAPIProp::propertiesOfMessage(const std::shared_ptr<const OutlookMe
             auto value = MAPIValue::create(data, pos, baseType, id, message);
             props.push_back(std::make_shared<MAPIProp>(std::move(value), baseType, id, propName));
         } else {
-            // Zero-width values never move the position, so their count is bounded by what
-            // is left of the stream instead.
-            if (MAPIValue::streamSize(data, pos, baseType) == 0)
-                valueCount = static_cast<uint32_t>(
-                    std::min<size_t>(valueCount, data.size() - std::min(pos, data.size())));
-            std::vector<std::shared_ptr<MAPIValue>> values;
-            for (uint32_t k = 0; k < valueCount && pos < data.size(); ++k)
-                values.push_back(MAPIValue::create(data, pos, baseType, id, message));
-            props.push_back(std::make_shared<MAPIProp>(std::move(values), baseType, id, propName));
+            const size_t minSize = minimumValueSize(baseType);
+            if (minSize == 0 && valueCount > 1) {
+                // Values that take no bytes are all the same value: keep one and the count.
+                auto value = MAPIValue::create(data, pos, baseType, id, message);
+                props.push_back(std::make_shared<MAPIProp>(std::move(value), valueCount, baseType,
+                                                           id, propName));
+            } else {
+                // A last value cut off by the end of the stream still counts, as it reads.
+                const size_t left = data.size() - std::min(pos, data.size());
+                valueCount = ByteReader::fitCount(valueCount, left + minSize - 1, minSize);
+                if (!spend(valueCount)) break;
+                std::vector<std::shared_ptr<MAPIValue>> values;
+                values.reserve(size_t(valueCount));
+                for (uint64_t k = 0; k < valueCount && pos < data.size(); ++k)
+                    values.push_back(MAPIValue::create(data, pos, baseType, id, message));
+                props.push_back(
+                    std::make_shared<MAPIProp>(std::move(values), baseType, id, propName));
+            }
         }
         in.seek(pos);
     }

@@ -201,7 +201,9 @@ MAPIData MAPIValue::decode() const {
                 }
             }
             if (std::memcmp(b->data(), kIIDStorage, 16) == 0) {
-                if (auto storage = CFBEntry::create(b->slice(16))) return storage;
+                if (auto storage =
+                        CFBEntry::create(b->slice(16), message ? message->report() : nullptr))
+                    return storage;
                 return {};
             }
             // Other interfaces have no meaning we can give them.

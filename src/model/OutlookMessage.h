@@ -9,6 +9,7 @@
 #include "model/MAPIProp.h"
 #include "platform/Bytes.h"
 #include "platform/Date.h"
+#include "platform/ReadReport.h"
 #include "platform/StringEncoding.h"
 
 namespace qb {
@@ -57,6 +58,16 @@ class OutlookMessage : public std::enable_shared_from_this<OutlookMessage> {
     // Opens an embedded message of the same container format; the reader implements it so
     // that property values can decode embedded objects without knowing the readers.
     virtual std::shared_ptr<OutlookMessage> openEmbeddedMessage(const Bytes& data) const = 0;
+
+    // What reading left out, shared with every message nested in this one; never null.
+    const std::shared_ptr<ReadReport>& report() const { return report_; }
+
+  protected:
+    explicit OutlookMessage(std::shared_ptr<ReadReport> report = nullptr)
+        : report_(report ? std::move(report) : std::make_shared<ReadReport>(0)) {}
+
+  private:
+    std::shared_ptr<ReadReport> report_;
 };
 
 }  // namespace qb

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 
@@ -33,6 +34,17 @@ class ByteReader {
     std::optional<uint16_t> u16be();
     std::optional<uint32_t> u32be();
     std::optional<Bytes> take(size_t n);
+
+    // How many of `count` items, each at least `minSize` bytes long, the rest of the window
+    // can hold. Every count read from a file goes through this before it sizes any work; a
+    // `minSize` of 0 (items that take no bytes) leaves the count as it is, so such items must
+    // never be made one by one.
+    uint64_t fitCount(uint64_t count, size_t minSize) const {
+        return fitCount(count, remaining(), minSize);
+    }
+    static uint64_t fitCount(uint64_t count, size_t bytesLeft, size_t minSize) {
+        return minSize == 0 ? count : std::min<uint64_t>(count, bytesLeft / minSize);
+    }
 
     // Reads at an absolute offset without moving.
     static std::optional<uint16_t> u16le(const Bytes& b, size_t offset);

@@ -66,11 +66,11 @@ void TNEFAttr::decode(const std::shared_ptr<const TNEFMessage>& message) {
         }
         case attRecipTable: {
             RecipientRows rows;
-            auto count = ByteReader::u32le(data_, location_);
-            size_t pos = location_ + 4;
+            ByteReader in(data_, location_);
             // Each row needs at least its own 4-byte count, so the stream bounds the rows.
-            for (uint32_t i = 0;
-                 count && i < *count && data_.size() - std::min(pos, data_.size()) >= 4; ++i)
+            const uint64_t count = in.fitCount(in.u32le().value_or(0), 4);
+            size_t pos = in.position();
+            for (uint64_t i = 0; i < count && data_.size() - std::min(pos, data_.size()) >= 4; ++i)
                 rows.push_back(MAPIProp::propertiesOfMessage(message, data_, pos));
             value_ = std::move(rows);
             return;

@@ -1,5 +1,7 @@
 #include "tnef/TNEFMessage.h"
 
+#include <fmt/format.h>
+
 #include "model/CodePage.h"
 #include "model/MAPIArray.h"
 #include "model/PropertyTags.h"
@@ -38,8 +40,9 @@ std::optional<size_t> findEmbeddedStream(const Bytes& data) {
 }  // namespace
 
 TNEFMessage::TNEFMessage(Bytes data, const Dictionary* mimeMessageHeaders, bool ignoreChecksum,
-                         int depth)
-    : data_(std::move(data)),
+                         int depth, std::shared_ptr<ReadReport> report)
+    : OutlookMessage(report ? std::move(report) : std::make_shared<ReadReport>(data.size())),
+      data_(std::move(data)),
       ignoreChecksum_(ignoreChecksum),
       depth_(depth),
       encoding_(kUnlabelledEncoding) {
@@ -61,9 +64,11 @@ std::shared_ptr<TNEFMessage> TNEFMessage::create(Bytes data, const Dictionary* m
 std::shared_ptr<OutlookMessage> TNEFMessage::openEmbeddedMessage(const Bytes& data) const {
     if (depth_ + 1 > kMaxDepth) {
         logf("Embedded message nested deeper than {} levels not opened", kMaxDepth);
+        report()->warn(
+            fmt::format("embedded message nested deeper than {} levels not read", kMaxDepth));
         return nullptr;
     }
-    auto nested = std::make_shared<TNEFMessage>(data, nullptr, true, depth_ + 1);
+    auto nested = std::make_shared<TNEFMessage>(data, nullptr, true, depth_ + 1, report());
     if (!nested->read(nullptr)) return nullptr;
     return nested;
 }

@@ -64,7 +64,9 @@ class TNEFMessage : public OutlookMessage {
     ValueLayout valueLayout() const override { return ValueLayout::CountedInStream; }
     std::shared_ptr<OutlookMessage> openEmbeddedMessage(const Bytes& data) const override;
 
-    TNEFMessage(Bytes data, const Dictionary* mimeMessageHeaders, bool ignoreChecksum, int depth);
+    // `report` is the one of the message this one is nested in; a new one when null.
+    TNEFMessage(Bytes data, const Dictionary* mimeMessageHeaders, bool ignoreChecksum, int depth,
+                std::shared_ptr<ReadReport> report = nullptr);
 
   private:
     bool read(TNEFError* error);

@@ -125,13 +125,15 @@ TEST(MAPIPropStream, HostileCountsAreBoundedByTheStream) {
     // A list claiming 4 billion properties holding two.
     auto props = read(PropsWriter().u32(1, 1).u32(2, 2).count(0xFFFFFFFF).str());
     EXPECT_EQ(props.size(), 2u);
-    // A billion zero-width values: no more values than there are bytes left.
-    props = read(PropsWriter().prop(0x1001, 0x0E0A, ByteWriter().u32(1'000'000'000).str()).str());
-    ASSERT_EQ(props.size(), 1u);
-    EXPECT_EQ(props[0]->values().size(), 0u);
+    // A billion zero-width values: kept as one value and the count, and what follows is
+    // still read.
     props = read(
-        PropsWriter().prop(0x1001, 0x0E0A, ByteWriter().u32(1'000'000'000).zeros(64).str()).str());
-    EXPECT_LE(props[0]->values().size(), 64u);
+        PropsWriter().prop(0x1001, 0x0E0A, ByteWriter().u32(1'000'000'000).str()).u32(7, 7).str());
+    ASSERT_EQ(props.size(), 2u);
+    EXPECT_EQ(props[0]->values().size(), 1u);
+    EXPECT_EQ(props[0]->valueCount(), 1'000'000'000u);
+    EXPECT_TRUE(std::holds_alternative<NullValue>(props[0]->value()->value()));
+    EXPECT_EQ(props[1]->name(), 7u);
     // A billion longs in 12 bytes.
     props =
         read(PropsWriter()

@@ -6,8 +6,8 @@
 
 namespace qb {
 
-std::shared_ptr<CFBEntry> CFBEntry::create(Bytes data) {
-    auto storage = std::make_shared<POLE::Storage>(std::move(data));
+std::shared_ptr<CFBEntry> CFBEntry::create(Bytes data, std::shared_ptr<ReadReport> report) {
+    auto storage = std::make_shared<POLE::Storage>(std::move(data), std::move(report));
     storage->open(false, false);
     if (storage->result() != POLE::Ok) return nullptr;
     const POLE::DirEntry* root = storage->dirTree()->entry("/");
@@ -56,6 +56,11 @@ std::optional<Bytes> CFBEntry::data() const {
             data_ = std::optional<Bytes>();
         } else {
             data_ = storage_->io().streamData(*entry_);
+            if (!*data_)
+                storage_->io().report()->warn(
+                    fmt::format("stream {} not read: its sectors are shared with other streams "
+                                "and copying them all would cost more than the file allows",
+                                path_));
         }
     }
     return *data_;

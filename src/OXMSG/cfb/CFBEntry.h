@@ -16,7 +16,9 @@ namespace qb {
 class CFBEntry {
   public:
     // The root of the compound file in `data`; nothing when it is not one we can open.
-    static std::shared_ptr<CFBEntry> create(Bytes data);
+    // Warnings and budgets go to `report` (a new one for this input when null).
+    static std::shared_ptr<CFBEntry> create(Bytes data,
+                                            std::shared_ptr<ReadReport> report = nullptr);
     CFBEntry(std::shared_ptr<const POLE::Storage> storage, const POLE::DirEntry* entry,
              std::string path)
         : storage_(std::move(storage)), entry_(entry), path_(std::move(path)) {}
@@ -33,7 +35,8 @@ class CFBEntry {
     // The entry at `name` below this one (a name holding "/" reaches deeper); not kept.
     std::shared_ptr<CFBEntry> entry(const std::string& name) const;
     // A stream's bytes (a window onto the input where its sectors lie in one run); nothing
-    // for a storage, or a stream that cannot be opened (logged).
+    // for a storage, a stream that cannot be opened (logged), or one whose copy would pass
+    // the input's budget (a warning on the report).
     std::optional<Bytes> data() const;
 
     // "<CFBEntry: 0x…> { name = '…', directoryEntry = YES, length = 0}"

@@ -303,7 +303,7 @@ uint64_t StorageIO::readStream(const DirEntry& e, const std::vector<uint64_t>& c
     return delivered;
 }
 
-qb::Bytes StorageIO::streamData(const DirEntry& e) const {
+std::optional<qb::Bytes> StorageIO::streamData(const DirEntry& e) const {
     if (e.size == 0) return qb::Bytes::adopt({});
     const std::vector<uint64_t> chain = streamChain(e);
     if (chain.empty()) return qb::Bytes::adopt({});
@@ -320,6 +320,7 @@ qb::Bytes StorageIO::streamData(const DirEntry& e) const {
         if (contiguous && start <= data_.size() && length <= data_.size() - start)
             return *data_.sub(size_t(start), size_t(length));
     }
+    if (!report_->spendMaterialised(length)) return std::nullopt;
     std::vector<uint8_t> out(static_cast<size_t>(length));
     out.resize(size_t(readStream(e, chain, 0, out.data(), length)));
     return qb::Bytes::adopt(std::move(out));

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/Bytes.h"
+#include "platform/ReadReport.h"
 
 // An in-memory, read-only reader of compound files (OLE2 structured storage): header,
 // allocation tables, directory tree, and stream contents. Every chain and tree walk is
@@ -88,7 +89,10 @@ enum Result { Ok = 0, OpenFailed = 1, NotOLE = 2, BadOLE = 3 };
 
 class StorageIO {
 public:
-    explicit StorageIO(qb::Bytes data) : data_(std::move(data)) {}
+    // Copies of streams are charged to `report` (a new one for this input when null).
+    explicit StorageIO(qb::Bytes data, std::shared_ptr<qb::ReadReport> report = nullptr)
+        : data_(std::move(data)),
+          report_(report ? std::move(report) : std::make_shared<qb::ReadReport>(data_.size())) {}
 
     bool load();
     int result = OpenFailed;
@@ -105,19 +109,24 @@ public:
     // Copies up to `maxlen` bytes of the stream from `pos`; returns how many it delivered.
     uint64_t readStream(const DirEntry& e, const std::vector<uint64_t>& chain, uint64_t pos,
                         uint8_t* buffer, uint64_t maxlen) const;
-    // The whole stream: a window onto the input when its sectors lie in one run, else a copy.
-    qb::Bytes streamData(const DirEntry& e) const;
+    // The whole stream: a window onto the input when its sectors lie in one run, else a copy
+    // charged to the report's budget; nothing when the copy would pass that budget (streams
+    // that share sectors would otherwise cost many times the input).
+    std::optional<qb::Bytes> streamData(const DirEntry& e) const;
+    const std::shared_ptr<qb::ReadReport>& report() const { return report_; }
 
 private:
     // The bytes of big block `b` that exist in the input (may be short at the end).
     qb::Bytes bigBlock(uint64_t b) const;
     qb::Bytes smallBlock(uint64_t s) const;
     qb::Bytes data_;
+    std::shared_ptr<qb::ReadReport> report_;
 };
 
 class Storage {
 public:
-    explicit Storage(qb::Bytes data) : io_(std::make_unique<StorageIO>(std::move(data))) {}
+    explicit Storage(qb::Bytes data, std::shared_ptr<qb::ReadReport> report = nullptr)
+        : io_(std::make_unique<StorageIO>(std::move(data), std::move(report))) {}
     Storage(const uint8_t* bytes, size_t length) : Storage(qb::Bytes::copy(bytes, length)) {}
 
     bool open(bool writeAccess = false, bool create = false);
