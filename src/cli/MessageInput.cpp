@@ -170,15 +170,28 @@ int finishInput(const OpenedInput& in, int status) {
     return status;
 }
 
+namespace {
+
+std::string gCurrentInput;
+
+}  // namespace
+
+const std::string& currentInputPath() {
+    return gCurrentInput;
+}
+
 int guardedInput(const std::string& path, const std::function<int()>& body) {
+    gCurrentInput = path;
+    int status = kExitFailed;
     try {
-        return body();
+        status = body();
     } catch (const std::bad_alloc&) {
         reportFailure(path, "out of memory reading " + path);
     } catch (const std::exception& e) {
         reportFailure(path, std::string("internal error: ") + e.what());
     }
-    return kExitFailed;
+    gCurrentInput.clear();
+    return status;
 }
 
 }  // namespace qb::cli

@@ -55,7 +55,11 @@ int finishInput(const OpenedInput& in, int status);
 int worseStatus(int a, int b);
 
 // Runs `body` for one input; memory running out or any other exception becomes a failure
-// naming the file instead of ending the process.
+// naming the file instead of ending the process. While it runs, `currentInputPath` is `path`.
 int guardedInput(const std::string& path, const std::function<int()>& body);
+
+// The input being read or exported now, so that the library's log lines can name it; empty
+// between inputs.
+const std::string& currentInputPath();
 
 }  // namespace qb::cli

@@ -8,10 +8,14 @@
 
 namespace {
 
-// Library log lines go to standard error, control characters made visible.
+// Library log lines go to standard error, naming the input they are about, control
+// characters made visible.
 void logToStderr(std::string_view line) {
+    std::string text(line);
+    if (const std::string& file = qb::cli::currentInputPath(); !file.empty())
+        text = file + ": " + text;
     std::string out = "quillbox: ";
-    for (unsigned char c : line) {
+    for (unsigned char c : text) {
         if (c < 0x20 || c == 0x7F)
             out += fmt::format("\\x{:02x}", c);
         else

@@ -129,10 +129,27 @@ TEST_F(Quillbox, RTFBody) {
     r = run("rtf " + sample_);
     EXPECT_EQ(r.out, "{\\rtf1\\ansi\\ansicpg1252\\pard hello world}\r\n");
 
+    // The page extract writes for it, and its text.
+    r = run("rtf --html " + sample_);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_THAT(r.out, HasSubstr("<meta charset=\"utf-8\">"));
+    EXPECT_THAT(r.out, HasSubstr("font-size: 14pt;\">hello world</span>"));
+    r = run("rtf --text " + sample_);
+    EXPECT_EQ(r.out, "hello world\n");
+    EXPECT_EQ(run("rtf --html --text " + sample_).status, 2);
+
     const std::string plain = write("plain.dat", test::TNEFWriter().subject("no rtf").str());
     r = run("rtf " + plain);
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.err, "quillbox: " + plain + ": the message has no RTF body\n");
+}
+
+TEST_F(Quillbox, LibraryLogLinesNameTheFile) {
+    // A record of a level that does not exist is logged by the reader while it reads.
+    const std::string odd =
+        write("odd.dat", test::TNEFWriter().subject("s").attr(0x0A, 0x8004, 2, "x").str());
+    RunResult r = run("info " + odd);
+    EXPECT_THAT(r.err, HasSubstr("quillbox: " + odd + ": Invalid TNEF level type: \\x0a"));
 }
 
 TEST_F(Quillbox, InfoJSONFollowsTheSchema) {
