@@ -169,6 +169,7 @@ done
     echo "| RTF size | seconds | MB/s | peak RSS MB |"
     echo "|---|---|---|---|"
     printf '%s\n' "${rtfrows[@]}"
+    echo
 } >"$work/results.md"
 # The hostile section stays until bench/run.sh --hostile writes it again.
 [[ -f bench/results.md ]] && sed -n '/^## Hostile inputs/,$p' bench/results.md >>"$work/results.md"
