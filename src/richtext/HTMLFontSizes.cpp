@@ -51,19 +51,6 @@ bool hasFontSize(std::string_view style) {
     return false;
 }
 
-std::optional<double> fontElementPoints(std::string size) {
-    while (!size.empty() && std::isspace(static_cast<unsigned char>(size.back())))
-        size.pop_back();
-    if (size.empty()) return std::nullopt;
-    char* end = nullptr;
-    // Anything beyond 1…7 (or ±7) lands on the nearest size; clamped first so "+9…9"
-    // cannot overflow.
-    const long n = std::clamp(std::strtol(size.c_str(), &end, 10), -16L, 16L);
-    if (*end != '\0') return std::nullopt;
-    long index = (size[0] == '+' || size[0] == '-') ? 3 + n : n;
-    index = std::clamp(index, 1L, 7L);
-    return kFontSizePoints[static_cast<size_t>(index - 1)];
-}
 
 void enlargeTree(xmlNode* node, double points, int depth) {
     if (depth > kMaxDepth) return;
@@ -126,6 +113,20 @@ void declareUTF8(xmlNode* root) {
 }
 
 }  // namespace
+
+std::optional<double> fontElementPoints(std::string size) {
+    while (!size.empty() && std::isspace(static_cast<unsigned char>(size.back())))
+        size.pop_back();
+    if (size.empty()) return std::nullopt;
+    char* end = nullptr;
+    // Anything beyond 1…7 (or ±7) lands on the nearest size; clamped first so "+9…9"
+    // cannot overflow.
+    const long n = std::clamp(std::strtol(size.c_str(), &end, 10), -16L, 16L);
+    if (*end != '\0') return std::nullopt;
+    long index = (size[0] == '+' || size[0] == '-') ? 3 + n : n;
+    index = std::clamp(index, 1L, 7L);
+    return kFontSizePoints[static_cast<size_t>(index - 1)];
+}
 
 std::string cssWithFontSizesEnlarged(std::string_view css, double points) {
     std::string out;

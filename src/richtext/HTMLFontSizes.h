@@ -9,6 +9,10 @@ namespace qb {
 // The text size a reader shows when a document names none (12 pt).
 inline constexpr double kDefaultFontPoints = 12.0;
 
+// The points a <font size="…"> value ("1"…"7", "+2", "-1") stands for, as browsers draw it;
+// nothing for a value that is no size.
+std::optional<double> fontElementPoints(std::string size);
+
 // CSS with every absolute font size (pt or px, in "font-size" and in the "font" shorthand)
 // raised by `points`; px are read at 0.75 pt each. Relative sizes stay as they are.
 std::string cssWithFontSizesEnlarged(std::string_view css, double points);

@@ -20,7 +20,6 @@ namespace qb {
 namespace {
 
 constexpr int kMaxDepth = 256;
-constexpr std::array<double, 7> kFontSizePoints{7.5, 10, 12, 13.5, 18, 24, 36};
 
 std::string lower(std::string s) {
     for (char& c : s)
@@ -262,12 +261,7 @@ class Reader {
             if (name == "font") {
                 if (auto face = xmlAttribute(n, "face"); !face.empty()) c.fontFamily = trim(face.substr(0, face.find(',')));
                 if (auto col = parseColor(xmlAttribute(n, "color"))) c.foreground = col;
-                const std::string size = trim(xmlAttribute(n, "size"));
-                if (!size.empty()) {
-                    const long v = std::clamp(std::strtol(size.c_str(), nullptr, 10), -16L, 16L);
-                    const long index = std::clamp((size[0] == '+' || size[0] == '-') ? 3 + v : v, 1L, 7L);
-                    c.pointSize = kFontSizePoints[static_cast<size_t>(index - 1)];
-                }
+                if (auto pt = fontElementPoints(trim(xmlAttribute(n, "size")))) c.pointSize = pt;
             }
             if (name.size() == 2 && name[0] == 'h' && name[1] >= '1' && name[1] <= '6') {
                 static constexpr std::array<double, 6> kHeadings{24, 18, 14, 12, 10, 7.5};
