@@ -11,11 +11,12 @@ namespace {
 
 void exportAll(const std::shared_ptr<qb::OutlookMessage>& m) {
     if (!m) return;
-    auto e = qb::TNEFMessageExporter::create(m, nullptr, true);
+    auto e = qb::TNEFMessageExporter::create(m, nullptr, ExportMode::RFC822);
     (void)e->data();
     (void)e->metadataPlist().dump(-1, ' ', false, qb::Dictionary::error_handler_t::replace);
     for (const auto* list : {&e->textExporters(), &e->attachmentExporters()})
-        for (const auto& x : *list) (void)x->metadata();
+        for (const auto& x : *list)
+            (void)x->metadata();
 }
 
 }  // namespace

@@ -51,10 +51,18 @@ std::optional<uint32_t> hex4(std::string_view s) {
 
 }  // namespace
 
-std::shared_ptr<OXMessage> OXMessage::create(Bytes data, bool ignoreChecksum) {
-    auto root = CFBEntry::create(std::move(data));
-    if (!root) return nullptr;
-    return create(std::move(root), ignoreChecksum, 0);
+std::shared_ptr<OXMessage> OXMessage::create(Bytes data, bool ignoreChecksum, ReadError* why) {
+    ReadError failure{kOXMessageErrorDomain, kOXMessageErrorUnreadable, {}, std::nullopt};
+    auto message = [&]() -> std::shared_ptr<OXMessage> {
+        auto root = CFBEntry::create(std::move(data), nullptr, &failure);
+        if (!root) return nullptr;
+        auto m = std::make_shared<OXMessage>(ignoreChecksum, 0, std::make_shared<OpenedStorages>(),
+                                             root->storage().io().report());
+        if (!m->open(std::move(root), &failure)) return nullptr;
+        return m;
+    }();
+    if (!message && why) *why = std::move(failure);
+    return message;
 }
 
 std::shared_ptr<OXMessage> OXMessage::create(std::shared_ptr<CFBEntry> entry, bool ignoreChecksum,
@@ -76,10 +84,13 @@ bool OXMessage::holdsMessageProperties(const CFBEntry& storage) {
     });
 }
 
-bool OXMessage::open(std::shared_ptr<CFBEntry> entry) {
+bool OXMessage::open(std::shared_ptr<CFBEntry> entry, ReadError* why) {
     opened_->insert(entry->dirEntry());
-    if (!holdsMessageProperties(*entry)) return false;
-    auto properties = processProperties(*entry, nullptr);
+    if (!holdsMessageProperties(*entry)) {
+        if (why) why->description = "The file \"%@\" is not an Outlook message.";
+        return false;
+    }
+    auto properties = processProperties(*entry, nullptr, why);
     if (!properties) return false;
     if (properties->isRootMessage) translateNames(properties->props, processNameIDs(*entry));
     root_ = std::move(entry);
@@ -92,10 +103,20 @@ bool OXMessage::open(std::shared_ptr<CFBEntry> entry) {
 }
 
 std::optional<OXMessage::QBProperties> OXMessage::processProperties(const CFBEntry& storage,
-                                                                    const NameMap* names) const {
+                                                                    const NameMap* names,
+                                                                    ReadError* why) const {
     QBProperties result;
     auto streamEntry = storage.entry(kPropertiesStream);
     const Bytes stream = streamEntry ? streamEntry->data().value_or(Bytes()) : Bytes();
+    // The log line the reader has always written, and the same text as the reason.
+    auto fail = [&](const char* text) -> std::optional<QBProperties> {
+        log(text);
+        if (why) {
+            why->description = text;
+            why->offset = streamEntry ? streamEntry->fileOffset() : std::nullopt;
+        }
+        return std::nullopt;
+    };
 
     // The header is the run of leading words whose upper half is zero: a property entry
     // starts with a tag whose upper half (the property id) never is.
@@ -111,35 +132,29 @@ std::optional<OXMessage::QBProperties> OXMessage::processProperties(const CFBEnt
     if (n == 0) {
         headerSize = 0;
     } else if (n < 8) {
-        log("Unknown header format (headerSize < 8)");
-        return std::nullopt;
+        return fail("Unknown header format (headerSize < 8)");
     } else if (word(0) != 0 || word(4) != 0) {
-        log("Unknown header format ");
-        return std::nullopt;
+        return fail("Unknown header format ");
     } else if (n == 8) {
         headerSize = 8;
     } else if (n < 24) {
-        log("Unknown header format (headerSize < 24)");
-        return std::nullopt;
+        return fail("Unknown header format (headerSize < 24)");
     } else {
         result.recipientCount = word(8);
         result.attachmentCount = word(12);
         if (!ignoreChecksum_ &&
             (word(16) != result.recipientCount || word(20) != result.attachmentCount)) {
-            log("header check failed");
-            return std::nullopt;
+            return fail("header check failed");
         }
         if (n == 24) {
             headerSize = 24;
         } else if (n < 32) {
-            log("Unknown header format (headerSize < 32)");
-            return std::nullopt;
+            return fail("Unknown header format (headerSize < 32)");
         } else if (n == 32) {
             if (word(24) == 0 && word(28) == 0) result.isRootMessage = true;
             headerSize = 32;
         } else {
-            log("Unknown header format (headerSize > 32)");
-            return std::nullopt;
+            return fail("Unknown header format (headerSize > 32)");
         }
     }
     result.props = processPropertyList(stream, headerSize);

@@ -8,9 +8,14 @@
 
 #include "OXMSG/cfb/CFBEntry.h"
 #include "model/OutlookMessage.h"
+#include "platform/ReadError.h"
 #include "tnef/TNEFAttachment.h"
 
 namespace qb {
+
+inline constexpr const char* kOXMessageErrorDomain = "OXMessageErrorDomain";
+// The code of every failure to read a .msg file.
+inline constexpr int kOXMessageErrorUnreadable = 2;
 
 // An Outlook .msg file (MAPI properties in a compound file) read into the message model.
 class OXMessage : public OutlookMessage {
@@ -26,9 +31,11 @@ class OXMessage : public OutlookMessage {
     };
     using NameMap = std::map<uint32_t, std::shared_ptr<MAPIPropName>>;
 
-    // Nothing when the data is no compound file or its properties cannot be read. The header
-    // check (next IDs equal to the counts) is skipped unless `ignoreChecksum` is false.
-    static std::shared_ptr<OXMessage> create(Bytes data, bool ignoreChecksum = true);
+    // Nothing when the data is no compound file or its properties cannot be read; then `why`
+    // (when given) says why and where. The header check (next IDs equal to the counts) is
+    // skipped unless `ignoreChecksum` is false.
+    static std::shared_ptr<OXMessage> create(Bytes data, bool ignoreChecksum = true,
+                                             ReadError* why = nullptr);
     static std::shared_ptr<OXMessage> create(std::shared_ptr<CFBEntry> entry, bool ignoreChecksum,
                                              int depth = 0);
 
@@ -40,8 +47,10 @@ class OXMessage : public OutlookMessage {
     // kind of document (a Word file, an OLE object), not a message.
     static bool holdsMessageProperties(const CFBEntry& storage);
 
-    std::optional<QBProperties> processProperties(const CFBEntry& storage,
-                                                  const NameMap* names) const;
+    // Nothing when the stream's header is of no known form (logged, and described in `why`
+    // with the stream's offset in the file).
+    std::optional<QBProperties> processProperties(const CFBEntry& storage, const NameMap* names,
+                                                  ReadError* why = nullptr) const;
     MAPIPropList processPropertyList(const Bytes& stream, size_t headerSize) const;
     MAPIPropList processPropEntries(const CFBEntry& storage) const;
     std::shared_ptr<MAPIProp> processProperty(const CFBEntry& stream) const;
@@ -83,7 +92,7 @@ class OXMessage : public OutlookMessage {
           opened_(std::move(opened)) {}
 
   private:
-    bool open(std::shared_ptr<CFBEntry> entry);
+    bool open(std::shared_ptr<CFBEntry> entry, ReadError* why = nullptr);
     std::shared_ptr<const OutlookMessage> self() const { return shared_from_this(); }
     void processEncoding(const MAPIPropList& props);
     void parseMessageHeaders();

@@ -180,25 +180,32 @@ std::string dumpMessage(const OutlookMessage& message) {
     return d.out;
 }
 
+namespace {
+
+int dumpOf(const std::string& file, bool& outputFailed) {
+    OpenedInput in = openInput(file);
+    if (!in.message) {
+        reportFailure(file, *in.error);
+        return finishInput(in, kExitFailed);
+    }
+    std::string text = fmt::format("{}: {}\n", file, formatName(in.format));
+    text += dumpMessage(*in.message);
+    if (!writeStandardOutput(text)) {
+        reportStandardOutputFailure();
+        outputFailed = true;
+        return kExitFailed;
+    }
+    return finishInput(in, kExitOK);
+}
+
+}  // namespace
+
 int runDump(const std::vector<std::string>& files) {
     int status = kExitOK;
     for (const auto& file : files) {
         bool outputFailed = false;
-        status = worseStatus(status, guardedInput(file, [&] {
-                                 OpenedInput in = openInput(file);
-                                 if (in.message) {
-                                     std::string text =
-                                         fmt::format("{}: {}\n", file, formatName(in.format));
-                                     text += dumpMessage(*in.message);
-                                     if (!writeStandardOutput(text)) {
-                                         reportStandardOutputFailure();
-                                         outputFailed = true;
-                                         return kExitFailed;
-                                     }
-                                 }
-                                 if (in.error) reportFailure(file, *in.error);
-                                 return finishInput(in, in.error ? kExitFailed : kExitOK);
-                             }));
+        status =
+            worseStatus(status, guardedInput(file, [&] { return dumpOf(file, outputFailed); }));
         // The rest would be lost as well.
         if (outputFailed) return kExitFailed;
     }

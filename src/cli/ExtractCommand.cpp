@@ -1,26 +1,18 @@
+// quillbox extract and eml: the front door's exports, with progress and one line per failure.
 #include <fmt/format.h>
-#include <sys/stat.h>
 #include <unistd.h>
-
-#include <cxxabi.h>
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <set>
-#include <typeinfo>
 
+#include "api/ExportToFolder.h"
+#include "api/ExportToRFC822.h"
+#include "api/ExtractFolder.h"
 #include "cli/Commands.h"
-#include "cli/ExtractFolder.h"
+#include "cli/Interrupts.h"
 #include "cli/MessageInput.h"
 #include "cli/OutputFile.h"
-#include "exporters/AttachmentExporter.h"
-#include "exporters/ContentIDs.h"
-#include "exporters/SafeFilename.h"
-#include "exporters/OriginalBodies.h"
-#include "exporters/TNEFMessageExporter.h"
-#include "platform/Digest.h"
 
 namespace qb::cli {
 
@@ -72,142 +64,46 @@ std::string folderNameFor(const std::string& file) {
     return name;
 }
 
-bool makeDirectories(const std::string& path) {
-    for (size_t pos = 1; pos <= path.size(); ++pos) {
-        if (pos < path.size() && path[pos] != '/') continue;
-        const std::string prefix = path.substr(0, pos);
-        if (::mkdir(prefix.c_str(), 0777) != 0 && errno != EEXIST) return false;
-    }
-    struct stat st {};
-    return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
-}
-
-// The names the files of a message get in its new, empty folder, in the order they are
-// written, for the content ids of its attachments.
-ContentIDFiles filesOfContentIDs(const TNEFMessageExporter& exporter) {
-    std::set<std::string> taken{"metadata.json", "manifest.json"};
-    auto claim = [&taken](const std::string& name) {
-        const std::string safe = safeFilename(name, "Untitled");
-        for (unsigned n = 1;; ++n) {
-            std::string candidate = numberedFilename(safe, n);
-            if (!isWindowsReservedName(candidate) && taken.insert(candidate).second) return candidate;
-        }
-    };
-    ContentIDFiles files;
-    for (const auto& e : exporter.textExporters())
-        if (e->data()) claim(e->filename().value_or("Untitled"));
-    for (const auto& e : exporter.attachmentExporters()) {
-        if (!e->data()) continue;
-        const std::string name = claim(e->filename().value_or("Untitled"));
-        const auto* file = dynamic_cast<const AttachmentExporter*>(e.get());
-        if (!file || !file->attachment()) continue;
-        if (auto id = file->attachment()->contentId(); id && !id->empty())
-            files.emplace(normalizedContentID(*id), name);
-    }
-    return files;
-}
-
 struct Totals {
     size_t done = 0, failed = 0, files = 0;
     uint64_t bytes = 0;
 };
 
-constexpr const char* kMetadataName = "metadata.json";
-constexpr const char* kManifestName = "manifest.json";
-
-// The exporter's class name without its namespace, for the manifest.
-std::string exporterName(const QBExporter& e) {
-    int status = 0;
-    char* demangled = abi::__cxa_demangle(typeid(e).name(), nullptr, nullptr, &status);
-    std::string name = status == 0 && demangled ? demangled : typeid(e).name();
-    std::free(demangled);
-    if (const size_t colon = name.rfind("::"); colon != std::string::npos) name.erase(0, colon + 2);
-    return name;
-}
-
-// Writes every export of one message; the input's exit status.
+// Writes every export of one message, each path on standard output; the input's status.
 int extractMessage(const OpenedInput& in, int parentFd, const std::string& parent,
                    bool originalBodies, Progress& progress, Totals& totals) {
-    auto exporter = TNEFMessageExporter::create(in.message, nullptr, false);
-    auto folder = ExtractFolder::create(parentFd, parent, folderNameFor(in.path));
-    if (!folder) {
-        progress.clear();
-        reportFailure(
-            in.path, fmt::format("{}: cannot create the folder: {}", parent, std::strerror(errno)));
-        progress.redraw();
-        return kExitFailed;
-    }
-    // Written last, but named first: an attachment of the same name is the one numbered.
-    folder->reserve(kMetadataName);
-    folder->reserve(kManifestName);
-
-    bool ok = true;
-    std::vector<std::string> notWritten;
-    Dictionary manifest = Dictionary::array();
-    auto save = [&](const std::string& name, const Bytes& data, const std::string& source,
-                    bool reserved) {
-        if (interrupted()) {
-            notWritten.push_back(name);
-            return;
-        }
-        auto path = folder->write(name, data, reserved);
-        if (!path) {
-            progress.clear();
-            if (errno == EINTR)
-                notWritten.push_back(name);
-            else
-                reportFailure(in.path,
-                              fmt::format("{}/{}: {}", folder->path(), name, std::strerror(errno)));
-            progress.redraw();
-            ok = false;
-            return;
-        }
+    FolderExportOptions options;
+    options.originalBodies = originalBodies;
+    options.cancel = &interruptFlag();
+    options.fileWritten = [&](const ExportedFile& file) {
         progress.clearForOutput();
-        std::printf("%s\n", path->c_str());
+        std::printf("%s\n", file.path.c_str());
         std::fflush(stdout);
         progress.redrawForOutput();
         ++totals.files;
-        totals.bytes += data.size();
-        Dictionary entry = Dictionary::object();
-        entry["exporter"] = source;
-        entry["file"] = path->substr(path->rfind('/') + 1);
-        entry["size"] = data.size();
-        entry["sha256"] = sha256Hex(data);
-        manifest.push_back(std::move(entry));
+        totals.bytes += file.size;
     };
-
-    const ContentIDFiles linked = filesOfContentIDs(*exporter);
-    for (const auto* list : {&exporter->textExporters(), &exporter->attachmentExporters()}) {
-        for (const auto& e : *list) {
-            auto data = e->data();
-            if (!data) continue;
-            // A page's pictures are the files written beside it.
-            if (!linked.empty() && e->mimeType() == "text/html" && list == &exporter->textExporters())
-                data = Bytes::adoptString(htmlWithContentIDsLinked(data->view(), linked));
-            save(e->filename().value_or("Untitled"), *data, exporterName(*e), false);
-        }
+    options.fileFailed = [&](const std::string& path, int error) {
+        progress.clear();
+        reportFailure(in.path, fmt::format("{}: {}", path, std::strerror(error)));
+        progress.redraw();
+    };
+    auto result = exportToFolder(in.message, parentFd, parent, folderNameFor(in.path), options);
+    if (!result) {
+        progress.clear();
+        reportFailure(in.path, result.error());
+        progress.redraw();
+        return kExitFailed;
     }
-    if (originalBodies)
-        for (const auto& body : qb::originalBodies(*in.message))
-            save(body.filename, body.data, "original body", false);
-    // Last, so that a run cut short leaves no description of files that are not there.
-    const std::string metadata =
-        exporter->metadataPlist().dump(2, ' ', false, Dictionary::error_handler_t::replace) + "\n";
-    save(kMetadataName, Bytes::fromString(metadata), "metadata", true);
-    save(kManifestName,
-         Bytes::fromString(manifest.dump(2, ' ', false, Dictionary::error_handler_t::replace) +
-                           "\n"),
-         "manifest", true);
-    if (!notWritten.empty()) {
+    if (!result->notWritten.empty()) {
         std::string names;
-        for (const auto& n : notWritten)
+        for (const auto& n : result->notWritten)
             names += (names.empty() ? "" : ", ") + n;
         progress.clear();
         reportFailure(in.path, "interrupted; not written: " + names);
         progress.redraw();
-        ok = false;
     }
-    return ok ? kExitOK : kExitFailed;
+    return result->complete ? kExitOK : kExitFailed;
 }
 
 }  // namespace
@@ -231,19 +127,11 @@ int runExtract(const std::vector<std::string>& files, const std::optional<std::s
             OpenedInput in = openInput(files[i]);
             if (!in.message) {
                 progress.clear();
-                reportFailure(files[i], in.error.value_or("cannot be read"));
+                reportFailure(files[i], *in.error);
                 progress.redraw();
                 return finishInput(in, kExitFailed);
             }
             int result = extractMessage(in, parentFd, parent, originalBodies, progress, totals);
-            if (in.error) {
-                // Read only in part: what could be read is written, and the input counts as
-                // failed.
-                progress.clear();
-                reportFailure(files[i], *in.error);
-                progress.redraw();
-                result = kExitFailed;
-            }
             progress.clear();
             result = finishInput(in, result);
             progress.redraw();
@@ -265,15 +153,16 @@ int runEml(const std::string& file, const std::optional<std::string>& output) {
     return guardedInput(file, [&] {
         OpenedInput in = openInput(file);
         if (!in.message) {
-            reportFailure(file, in.error.value_or("cannot be read"));
+            reportFailure(file, *in.error);
             return finishInput(in, kExitFailed);
         }
-        // The message as a whole, built the way a message inside another one is.
-        auto exporter = TNEFMessageExporter::create(in.message, nullptr, true);
-        bool ok = exporter->data() && writeOutput(output, *exporter->data(), file);
-        if (in.error) {
-            reportFailure(file, *in.error);
-            ok = false;
+        bool ok;
+        if (output && *output != "-") {
+            auto written = exportToRFC822(in.message, *output);
+            if (!written) reportFailure(file, written.error().description);
+            ok = bool(written);
+        } else {
+            ok = writeOutput(std::nullopt, rfc822Data(in.message), file);
         }
         return finishInput(in, ok ? kExitOK : kExitFailed);
     });

@@ -49,7 +49,7 @@ int infoOf(const std::string& file, bool json, Printer& print) {
             line["error"] = errorJSON(in);
             print(line.dump(-1, ' ', false, Dictionary::error_handler_t::replace) + "\n");
         } else {
-            reportFailure(file, in.error.value_or("cannot be read"));
+            reportFailure(file, *in.error);
         }
         return finishInput(in, kExitFailed);
     }
@@ -67,8 +67,7 @@ int infoOf(const std::string& file, bool json, Printer& print) {
     } else {
         print(fmt::format("{} ({})\n", file, formatName(in.format)) + messageText(*in.message, 1));
     }
-    if (in.error) reportFailure(file, *in.error);
-    return finishInput(in, in.error ? kExitFailed : kExitOK);
+    return finishInput(in, kExitOK);
 }
 
 }  // namespace

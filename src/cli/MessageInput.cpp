@@ -7,39 +7,11 @@
 #include <cstring>
 #include <string_view>
 
-#include "OXMSG/OXMessage.h"
-#include "OXMSG/cfb/POLE.h"
-#include "formats/QBFileFormat.h"
 #include "platform/FileData.h"
-#include "platform/Localized.h"
-#include "tnef/TNEFMessage.h"
 
 namespace qb::cli {
 
 namespace {
-
-constexpr uint8_t kCompoundFileSignature[8] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
-constexpr const char* kOXMessageErrorDomain = "OXMessageErrorDomain";
-constexpr const char* kUnrecognizedText =
-    "It may be damaged or use a file format that Quillbox doesn't recognize.";
-
-constexpr const char* kNotAMessageText = "The file \"%@\" is not an Outlook message.";
-constexpr const char* kNotAMessageKindText = "The file \"%@\" is not an Outlook message: it is {}.";
-
-// What the file is instead, as its format's description says it ("a Microsoft Word
-// document").
-std::string notAMessageText(const Bytes& data) {
-    const QBFileFormat* format = QBFileFormat::fileFormatOfData(data);
-    if (!format || format->description.empty() ||
-        format->identifier == "com.microsoft.outlook.message")
-        return localized(kNotAMessageText);
-    const char first =
-        static_cast<char>(std::tolower(static_cast<unsigned char>(format->description[0])));
-    const char* article =
-        std::string_view("aeiou").find(first) != std::string_view::npos ? "an" : "a";
-    return fmt::format(fmt::runtime(localized(kNotAMessageKindText)),
-                       fmt::format("{} {}", article, format->description));
-}
 
 uint64_t gMaxInputSize = kDefaultMaxInputSize;
 
@@ -82,66 +54,31 @@ std::optional<uint64_t> parseByteSize(const std::string& text) {
     return value << shift;
 }
 
-const char* formatName(InputFormat format) {
-    switch (format) {
-        case InputFormat::TNEF:
-            return "tnef";
-        case InputFormat::MSG:
-            return "msg";
-        default:
-            return "unknown";
-    }
-}
-
 OpenedInput openInput(const std::string& path) {
     OpenedInput in;
     in.path = path;
     in.faultsBefore = mappedInputFaults();
-    std::string readError;
-    int readErrno = 0;
-    auto data = readFileData(path, &readError, &readErrno, gMaxInputSize);
+    auto data = readInput(path, gMaxInputSize);
     if (!data) {
-        in.error = readError;
-        in.errorDomain = "POSIX";
-        in.errorCode = readErrno;
+        in.error = data.error();
         return in;
     }
-    if (data->size() >= 8 && std::memcmp(data->data(), kCompoundFileSignature, 8) == 0) {
-        in.format = InputFormat::MSG;
-        in.message = OXMessage::create(*data);
-        if (!in.message) {
-            in.error = localized(kUnrecognizedText);
-            in.errorDomain = kOXMessageErrorDomain;
-            in.errorCode = 2;
-            // A compound file that opens but holds no message is another document.
-            if (auto root = CFBEntry::create(*data);
-                root && !OXMessage::holdsMessageProperties(*root))
-                in.error = notAMessageText(*data);
-        }
+    auto opened = openMessage(std::move(*data));
+    if (!opened) {
+        in.error = opened.error();
         return in;
     }
-    // Anything that is not another known container is tried as TNEF, which also finds a
-    // stream embedded in other bytes.
-    TNEFError error;
-    in.message = TNEFMessage::create(*data, nullptr, &error);
-    if (in.message) in.format = InputFormat::TNEF;
-    if (error.code != 0) {
-        in.error = error.description;
-        in.errorDomain = error.domain;
-        in.errorCode = error.code;
-    }
+    in.format = opened->format;
+    in.message = std::move(opened->message);
     return in;
 }
 
-std::string filledErrorText(const std::string& path, const std::string& reason) {
-    // The reader's texts leave the file name open as "%@"; here we know it.
-    std::string text = reason;
-    if (auto at = text.find("%@"); at != std::string::npos) text.replace(at, 2, path);
-    return text;
+void reportFailure(const std::string& path, const std::string& reason) {
+    std::fprintf(stderr, "quillbox: %s: %s\n", path.c_str(), reason.c_str());
 }
 
-void reportFailure(const std::string& path, const std::string& reason) {
-    std::fprintf(stderr, "quillbox: %s: %s\n", path.c_str(), filledErrorText(path, reason).c_str());
+void reportFailure(const std::string& path, const ReadError& error) {
+    reportFailure(path, error.message(path));
 }
 
 int worseStatus(int a, int b) {

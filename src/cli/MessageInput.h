@@ -6,26 +6,20 @@
 #include <optional>
 #include <string>
 
+#include "api/OpenMessage.h"
 #include "model/OutlookMessage.h"
 #include "platform/Bytes.h"
+#include "platform/ReadError.h"
 
 namespace qb::cli {
 
-enum class InputFormat { TNEF, MSG, Unknown };
-
-const char* formatName(InputFormat format);
-
-// A file opened as a message. `message` is null when it could not be read; `error` holds
-// the reason, also when a damaged message was read only in part.
+// A file opened as a message: `message`, or the reason there is none in `error` (a "POSIX"
+// error for a file that cannot be read). What a message could not read is in its report.
 struct OpenedInput {
     std::string path;
-    InputFormat format = InputFormat::Unknown;
+    MessageFormat format = MessageFormat::TNEF;
     std::shared_ptr<OutlookMessage> message;
-    std::optional<std::string> error;
-    // The error's domain and code: the reader's, or "POSIX" and errno for a file that
-    // cannot be read.
-    std::string errorDomain;
-    int errorCode = 0;
+    std::optional<ReadError> error;
     // Mapped-input faults counted before the file was read (see mappedInputFaults).
     uint64_t faultsBefore = 0;
 };
@@ -40,8 +34,8 @@ OpenedInput openInput(const std::string& path);
 
 // "quillbox: <path>: <reason>" on standard error.
 void reportFailure(const std::string& path, const std::string& reason);
-// A reader's error text with the file name in the place it leaves open ("%@").
-std::string filledErrorText(const std::string& path, const std::string& reason);
+// "quillbox: <path>: <description> (at offset N)" on standard error.
+void reportFailure(const std::string& path, const ReadError& error);
 
 // Exit statuses.
 inline constexpr int kExitOK = 0, kExitFailed = 1, kExitUsage = 2, kExitPartial = 3;

@@ -173,10 +173,12 @@ std::string messageText(const OutlookMessage& message, int indent) {
 
 Dictionary errorJSON(const OpenedInput& input) {
     Dictionary d;
-    d["domain"] = input.errorDomain;
-    d["code"] = input.errorCode;
-    d["description"] = input.error.value_or("");
-    d["message"] = filledErrorText(input.path, input.error.value_or(""));
+    const ReadError& error = *input.error;
+    d["domain"] = error.domain;
+    d["code"] = error.code;
+    d["description"] = error.description;
+    d["message"] = error.withFilename(input.path);
+    if (error.offset) d["offset"] = *error.offset;
     return d;
 }
 

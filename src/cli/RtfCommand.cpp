@@ -36,8 +36,8 @@ std::optional<Bytes> bodyAs(RTFBodyForm form, const std::shared_ptr<const Outloo
 int rtfOf(const std::string& file, const std::optional<std::string>& output, RTFBodyForm form) {
     OpenedInput in = openInput(file);
     if (!in.message) {
-        reportFailure(file, in.error.value_or("cannot be read"));
-        return 1;
+        reportFailure(file, *in.error);
+        return finishInput(in, kExitFailed);
     }
     const MAPIPropList* props = in.message->mapiprops();
     auto prop = props ? findPropID(*props, propId(PR_RTF_COMPRESSED), PT_BINARY) : nullptr;
@@ -63,7 +63,7 @@ int rtfOf(const std::string& file, const std::optional<std::string>& output, RTF
         return finishInput(in, kExitFailed);
     }
     if (!writeOutput(output, *body, file)) return 1;
-    return finishInput(in, in.error ? kExitFailed : kExitOK);
+    return finishInput(in, kExitOK);
 }
 
 }  // namespace

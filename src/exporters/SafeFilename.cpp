@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <cctype>
+
 #include "mime/MimeTypes.h"
 #include "platform/StringEncoding.h"
 
@@ -54,6 +56,17 @@ std::string numberedFilename(std::string_view name, unsigned n) {
     const std::string ext = pathExtension(name);
     const std::string_view stem = ext.empty() ? name : name.substr(0, name.size() - ext.size() - 1);
     return ext.empty() ? fmt::format("{} ({})", stem, n) : fmt::format("{} ({}).{}", stem, n, ext);
+}
+
+bool isWindowsReservedName(const std::string& name) {
+    std::string stem = name.substr(0, name.find('.'));
+    while (!stem.empty() && stem.back() == ' ')
+        stem.pop_back();
+    for (char& c : stem)
+        c = char(std::toupper(static_cast<unsigned char>(c)));
+    if (stem == "CON" || stem == "PRN" || stem == "AUX" || stem == "NUL") return true;
+    return stem.size() == 4 && (stem.starts_with("COM") || stem.starts_with("LPT")) &&
+           stem[3] >= '1' && stem[3] <= '9';
 }
 
 }  // namespace qb

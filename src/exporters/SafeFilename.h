@@ -15,4 +15,8 @@ std::string safeFilename(std::string_view name, std::string_view fallback = "Unt
 // the name itself.
 std::string numberedFilename(std::string_view name, unsigned n);
 
+// Whether Windows reserves `name` for a device (CON, PRN, AUX, NUL, COM1–9, LPT1–9, with any
+// extension, in any case): such names are numbered like taken ones.
+bool isWindowsReservedName(const std::string& name);
+
 }  // namespace qb

@@ -59,105 +59,120 @@ std::string emlFilenameForSubject(const std::string& subject) {
 
 std::shared_ptr<TNEFMessageExporter> TNEFMessageExporter::create(
     std::shared_ptr<const OutlookMessage> message,
-    const std::shared_ptr<TNEFMessageExporter>& parent, bool isNestedMessage,
+    const std::shared_ptr<TNEFMessageExporter>& parent, ExportMode mode,
     std::optional<std::string> headerHTMLString) {
     if (!message) return nullptr;
     std::shared_ptr<TNEFMessageExporter> e(new TNEFMessageExporter());
     e->message_ = std::move(message);
-    e->isNestedMessage_ = isNestedMessage;
+    e->mode_ = mode;
     e->headerHTMLString_ = std::move(headerHTMLString);
     e->build(parent);
     return e;
 }
 
 void TNEFMessageExporter::build(const std::shared_ptr<TNEFMessageExporter>& parent) {
-    const OutlookMessage& msg = *message_;
     parent_ = parent;
-    messageClass_ = msg.messageClass();
+    messageClass_ = message_->messageClass();
     isMessage_ =
         !startsWith(messageClass_, "IPM.Appointment") && !startsWith(messageClass_, "IPM.Task");
 
     Dictionary metadata = Dictionary::object();
-    messageID_ = msg.tnefCorrelator();
+    messageID_ = message_->tnefCorrelator();
     if (messageID_) metadata["X-MS-TNEF-Correlator"] = *messageID_;
 
-    std::vector<EDMessagePartPtr> parts, alternatives;
-    QBExporterList texts, attachments;
-
+    std::vector<EDMessagePartPtr> parts;
     if (headerHTMLString_ && !headerHTMLString_->empty())
         parts.push_back(EDHTMLTextContentCoder(*headerHTMLString_).messagePart());
+    exportBodies(parts);
+    exportAttachments(parts);
 
+    auto mime = EDCompositeContentCoder(std::move(parts)).message();
+    addHeaderFields(*mime, metadata);
+    describeByAttachedMessages(metadata);
+    finish(std::move(mime), std::move(metadata));
+}
+
+// The text, RTF and HTML bodies; assembled, they are one multipart/alternative part.
+void TNEFMessageExporter::exportBodies(std::vector<EDMessagePartPtr>& parts) {
+    std::vector<EDMessagePartPtr> alternatives;
+    QBExporterList texts;
     if (auto plain = PlainTextExporter::create(message_)) {
         texts.push_back(plain);
-        if (isNestedMessage_) alternatives.push_back(plain->messagePart());
+        if (assemblesParts()) alternatives.push_back(plain->messagePart());
     }
     // An RTF body takes the place of an HTML body; when it could only give pictures, they
     // come first among the attachments and the body is not listed.
     auto rtf = RTFExporter::create(message_);
     if (rtf && !rtf->embbedImageAttachments().empty()) {
         for (const auto& picture : rtf->embbedImageAttachments()) {
-            if (isNestedMessage_) parts.push_back(picture->messagePart());
-            attachments.push_back(picture);
+            if (assemblesParts()) parts.push_back(picture->messagePart());
+            attachmentExporters_.push_back(picture);
         }
     } else if (rtf) {
         texts.push_back(rtf);
-        if (isNestedMessage_) alternatives.push_back(rtf->messagePart());
+        if (assemblesParts()) alternatives.push_back(rtf->messagePart());
     }
     if (auto html = rtf ? nullptr : HTMLExporter::create(message_)) {
         texts.push_back(html);
-        if (isNestedMessage_) alternatives.push_back(html->messagePart());
+        if (assemblesParts()) alternatives.push_back(html->messagePart());
     }
-    if (isNestedMessage_ && !alternatives.empty())
+    if (!alternatives.empty())
         parts.push_back(EDCompositeContentCoder(std::move(alternatives))
                             .messagePartWithSubtype(kMimeMultipartSubtypeAternative, parts.size()));
     textExporters_ = std::move(texts);
+}
 
+// One exporter per attachment; a nested message gets a message exporter of its own.
+void TNEFMessageExporter::exportAttachments(std::vector<EDMessagePartPtr>& parts) {
     const auto self = shared_from_this();
-    const std::set<std::string> shownByBody = contentIDsReferencedByHTMLBody(msg);
-    for (const auto& attachment : msg.attachments()) {
+    const std::set<std::string> shownByBody = contentIDsReferencedByHTMLBody(*message_);
+    for (const auto& attachment : message_->attachments()) {
         if (!attachment) continue;
         if (auto nested = attachment->nestedMessage()) {
-            auto child = create(nested, self, true);
+            auto child = create(nested, self, ExportMode::Nested);
             if (!child) continue;
-            if (isNestedMessage_) parts.push_back(child->messagePart());
+            if (assemblesParts()) parts.push_back(child->messagePart());
             if (child->isMessage()) {
-                attachments.push_back(child);
+                attachmentExporters_.push_back(child);
             } else {
                 // An item that is not a message contributes its attachments in its place.
                 for (const auto& e : child->attachmentExporters())
-                    attachments.push_back(e);
+                    attachmentExporters_.push_back(e);
             }
         } else if (auto file = AttachmentExporter::create(attachment)) {
             if (auto id = attachment->contentId())
                 file->setInline(shownByBody.contains(normalizedContentID(*id)));
-            if (isNestedMessage_) parts.push_back(file->messagePart());
-            attachments.push_back(file);
+            if (assemblesParts()) parts.push_back(file->messagePart());
+            attachmentExporters_.push_back(file);
         }
     }
-    attachmentExporters_ = std::move(attachments);
+}
 
-    auto mime = EDCompositeContentCoder(std::move(parts)).message();
+// The header fields of the assembled message, and the metadata that mirrors them; the
+// subject also names the .eml.
+void TNEFMessageExporter::addHeaderFields(EDMessagePart& mime, Dictionary& metadata) {
+    const OutlookMessage& msg = *message_;
     if (messageClass_ && *messageClass_ == "IPM.StickyNote")
-        mime->addToHeaderFields("X-Uniform-Type-Identifier", "com.apple.mail-note");
+        mime.addToHeaderFields("X-Uniform-Type-Identifier", "com.apple.mail-note");
     if (auto sender = msg.sender()) {
         if (auto email = sender->email()) {
-            if (auto mailbox = mailboxFieldBody(*sender)) mime->addToHeaderFields("From", *mailbox);
+            if (auto mailbox = mailboxFieldBody(*sender)) mime.addToHeaderFields("From", *mailbox);
             metadata["From"] = *email;
         }
     }
-    addRecipients(*mime, metadata, msg.toRecipients(), "To", "ToRecipients");
-    addRecipients(*mime, metadata, msg.ccRecipients(), "CC", "CCRecipients");
+    addRecipients(mime, metadata, msg.toRecipients(), "To", "ToRecipients");
+    addRecipients(mime, metadata, msg.ccRecipients(), "CC", "CCRecipients");
     // The field is written under this name on purpose.
-    addRecipients(*mime, metadata, msg.bccRecipients(), "BBC", "BCCRecipients");
+    addRecipients(mime, metadata, msg.bccRecipients(), "BBC", "BCCRecipients");
 
     std::string subject = msg.subject().value_or("");
     if (subject.empty()) subject = kEmptySubject;
     if (subject != kEmptySubject) metadata["Subject"] = subject;
-    mime->addToHeaderFields("Subject", EDTextFieldCoder::encoderWithText(subject).fieldBody());
+    mime.addToHeaderFields("Subject", EDTextFieldCoder::encoderWithText(subject).fieldBody());
     filename_ = emlFilenameForSubject(subject);
 
     if (auto date = messageDate(msg)) {
-        mime->addToHeaderFields("Date", EDDateFieldCoder::encoderWithDate(*date).fieldBody());
+        mime.addToHeaderFields("Date", EDDateFieldCoder::encoderWithDate(*date).fieldBody());
         metadata["Date"] = formatRFC3339(*date);
     }
     // What ties the message into its thread, as the message received it.
@@ -166,11 +181,13 @@ void TNEFMessageExporter::build(const std::shared_ptr<TNEFMessageExporter>& pare
                              std::pair{"References", PR_INTERNET_REFERENCES}}) {
         auto value = stringForProperty(msg.mapiprops(), tag);
         if (value && !value->empty())
-            mime->addToHeaderFields(name, EDTextFieldCoder::encoderWithText(*value).fieldBody());
+            mime.addToHeaderFields(name, EDTextFieldCoder::encoderWithText(*value).fieldBody());
     }
+}
 
-    // A wrapper whose only content is an attached message is described by that message.
-    for (const auto& attachment : msg.attachments()) {
+// A wrapper whose only content is an attached message is described by that message.
+void TNEFMessageExporter::describeByAttachedMessages(Dictionary& metadata) const {
+    for (const auto& attachment : message_->attachments()) {
         if (!attachment) continue;
         auto nested = attachment->nestedMessage();
         if (!nested) continue;
@@ -182,12 +199,14 @@ void TNEFMessageExporter::build(const std::shared_ptr<TNEFMessageExporter>& pare
         if (!metadata.contains("Date"))
             if (auto d = messageDate(*nested)) metadata["Date"] = formatRFC3339(*d);
     }
+}
 
-    if (isNestedMessage_) {
+// Serialises an assembled message, and lists every export in the metadata.
+void TNEFMessageExporter::finish(EDMessagePartPtr mime, Dictionary metadata) {
+    if (assemblesParts())
         data_ = Bytes::adoptString(mime->transferData());
-    } else {
+    else
         mimeMessage_ = std::move(mime);
-    }
 
     Dictionary contents = Dictionary::array();
     for (const auto& e : textExporters_)

@@ -8,6 +8,17 @@
 
 namespace qb {
 
+// What a message exporter makes of its message.
+enum class ExportMode {
+    // The top-level message as separate files (bodies, attachments, metadata): no MIME body
+    // is assembled, and mimeMessage() holds the header fields.
+    Files,
+    // A message inside another: assembled and serialised whole, as `data`.
+    Nested,
+    // The top-level message assembled and serialised whole as one .eml, as `data`.
+    RFC822,
+};
+
 // The root of the exporter tree for one message: its body exporters, one exporter per
 // attachment (nested messages get exporters of their own, recursively), its metadata and,
 // for a message nested in another, the whole message as RFC 2822 bytes.
@@ -17,11 +28,12 @@ class TNEFMessageExporter : public QBExporter,
     // Does all the work at once; never fails.
     static std::shared_ptr<TNEFMessageExporter> create(
         std::shared_ptr<const OutlookMessage> message,
-        const std::shared_ptr<TNEFMessageExporter>& parent, bool isNestedMessage,
+        const std::shared_ptr<TNEFMessageExporter>& parent, ExportMode mode,
         std::optional<std::string> headerHTMLString = std::nullopt);
 
     bool isMessage() const { return isMessage_; }
-    bool isNestedMessage() const { return isNestedMessage_; }
+    ExportMode mode() const { return mode_; }
+    bool isNestedMessage() const { return mode_ == ExportMode::Nested; }
     const Dictionary& metadataPlist() const { return metadataPlist_; }
     const QBExporterList& textExporters() const { return textExporters_; }
     const QBExporterList& attachmentExporters() const { return attachmentExporters_; }
@@ -30,8 +42,8 @@ class TNEFMessageExporter : public QBExporter,
     std::shared_ptr<TNEFMessageExporter> parent() const { return parent_.lock(); }
     std::shared_ptr<const OutlookMessage> tnefMessage() const { return message_; }
     const std::optional<std::string>& headerHTMLString() const { return headerHTMLString_; }
-    // The top-level message as a MIME object (the header block first when one was given);
-    // a nested exporter keeps only the serialised bytes, `data`.
+    // In ExportMode::Files, the message as a MIME object (the header block first when one was
+    // given); the other modes keep only the serialised bytes, `data`.
     EDMessagePartPtr mimeMessage() const { return mimeMessage_; }
 
     std::optional<std::string> filename() const override { return filename_; }
@@ -43,12 +55,20 @@ class TNEFMessageExporter : public QBExporter,
 
   private:
     TNEFMessageExporter() = default;
+    // The steps of building, in order.
     void build(const std::shared_ptr<TNEFMessageExporter>& parent);
+    void exportBodies(std::vector<EDMessagePartPtr>& parts);
+    void exportAttachments(std::vector<EDMessagePartPtr>& parts);
+    void addHeaderFields(EDMessagePart& mime, Dictionary& metadata);
+    void describeByAttachedMessages(Dictionary& metadata) const;
+    void finish(EDMessagePartPtr mime, Dictionary metadata);
+    // Whether the message is assembled into one MIME body.
+    bool assemblesParts() const { return mode_ != ExportMode::Files; }
 
     std::shared_ptr<const OutlookMessage> message_;
     std::weak_ptr<TNEFMessageExporter> parent_;
     bool isMessage_ = true;
-    bool isNestedMessage_ = false;
+    ExportMode mode_ = ExportMode::Files;
     std::optional<std::string> headerHTMLString_;
     std::optional<std::string> messageClass_, messageID_, filename_;
     std::optional<Bytes> data_;

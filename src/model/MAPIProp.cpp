@@ -71,7 +71,8 @@ MAPIPropList MAPIProp::propertiesOfMessage(const std::shared_ptr<const OutlookMe
     const uint64_t fitting = in.fitCount(*count, 4);
     if (fitting < 1024) props.reserve(size_t(fitting));
 
-    for (uint64_t i = 0; i < fitting; ++i) {
+    uint64_t i = 0;
+    for (; i < fitting; ++i) {
         if (!in.has(4) || !spend(1)) break;
         const uint32_t type = *in.u16le();
         const uint32_t baseType = type & ~MV_FLAG;
@@ -114,6 +115,10 @@ MAPIPropList MAPIProp::propertiesOfMessage(const std::shared_ptr<const OutlookMe
         }
         in.seek(pos);
     }
+    if (i < *count && report)
+        report->warn(
+            fmt::format("the property list breaks off after {} of {} properties", i, *count),
+            in.position());
     location = in.position();
     return props;
 }

@@ -139,23 +139,34 @@ bool TNEFMessage::read(TNEFError* error) {
 std::shared_ptr<TNEFAttr> TNEFMessage::readTNEFAttr(size_t& location, TNEFError* error) {
     if (location >= data_.size()) return nullptr;
     const uint8_t level = data_[location];
+    // Reading stops at the first record that cannot be read; the input is then read in part.
     if (level != 1 && level != 2) {
         logf("Invalid TNEF level type: {}", static_cast<char>(level));
+        report()->warn(fmt::format("reading stopped at a record of unknown level 0x{:02X}; the "
+                                   "last {} bytes were not read",
+                                   level, data_.size() - location),
+                       location);
         return nullptr;
     }
     auto tag = ByteReader::u32le(data_, location + 1);
     auto length = ByteReader::u32le(data_, location + 5);
     if (!tag || !length || uint64_t(location) + 9 + *length > data_.size()) {
         if (error) *error = makeTNEFError(kTNEFErrorTruncated);
+        report()->warn("reading stopped at a record that runs past the end of the data", location);
         return nullptr;
     }
+    const size_t recordStart = location;
     const size_t dataStart = location + 9;
     const auto stored = ByteReader::u16le(data_, dataStart + *length);
     location = dataStart + *length + 2;
+    if (!stored) report()->warn("the data ends inside a record's checksum", recordStart);
     if (!ignoreChecksum_) {
         // A checksum cut off by the end of the data counts as a mismatch.
-        if (!stored || *stored != calculateChecksum(data_.data() + dataStart, *length))
+        if (!stored || *stored != calculateChecksum(data_.data() + dataStart, *length)) {
+            report()->warn("reading stopped at a record whose checksum does not match",
+                           recordStart);
             return nullptr;
+        }
     }
     return std::make_shared<TNEFAttr>(self(), data_, dataStart, level, *tag >> 16, *tag & 0xFFFF,
                                       *length);

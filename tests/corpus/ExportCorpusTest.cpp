@@ -153,7 +153,7 @@ TEST(ExportCorpus, AttachmentsKeepTheirBytesAndGetUsableNames) {
     for (const auto& [path, message] : corpusMessages()) {
         SCOPED_TRACE(path.filename().string());
         test::LogCapture quiet;
-        auto e = TNEFMessageExporter::create(message, nullptr, false);
+        auto e = TNEFMessageExporter::create(message, nullptr, ExportMode::Files);
         for (const auto& x : e->attachmentExporters()) {
             auto file = std::dynamic_pointer_cast<AttachmentExporter>(x);
             if (!file) continue;
@@ -182,7 +182,8 @@ TEST(ExportCorpus, EveryMessageBecomesAnEmlPythonReadsWithoutDefects) {
     std::vector<std::string> emls;
     for (const auto& [path, message] : corpusMessages()) {
         test::LogCapture quiet;
-        emls.push_back(TNEFMessageExporter::create(message, nullptr, true)->data()->str());
+        emls.push_back(
+            TNEFMessageExporter::create(message, nullptr, ExportMode::RFC822)->data()->str());
     }
     auto report = test::pythonEmlReport(emls);
     ASSERT_TRUE(report);
@@ -238,7 +239,8 @@ TEST(ExportCorpus, EmlAgreesWithThePeersEml) {
             corpusDir() / "golden" / "msg" / (path.filename().string() + ".eml");
         if (path.extension() != ".msg" || !fs::exists(golden)) continue;
         test::LogCapture quiet;
-        ours.push_back(TNEFMessageExporter::create(message, nullptr, true)->data()->str());
+        ours.push_back(
+            TNEFMessageExporter::create(message, nullptr, ExportMode::RFC822)->data()->str());
         std::ifstream in(golden, std::ios::binary);
         std::stringstream s;
         s << in.rdbuf();
@@ -265,8 +267,9 @@ TEST(ExportCorpus, EmlAgreesWithThePeersEml) {
         }
         for (const char* key : {"from", "to", "cc"}) {
             // Recipients stored with Exchange (X.500) addresses get the SMTP addresses the
-            // message holds for them, as the peer finds them too. The peer writes names like 'a@b.c' or "Lee, Ann" unquoted, which readers then
-            // take for addresses or split: its readable addresses must all be ours.
+            // message holds for them, as the peer finds them too. The peer writes names like
+            // 'a@b.c' or "Lee, Ann" unquoted, which readers then take for addresses or split: its
+            // readable addresses must all be ours.
             const auto mine = addresses(x[key]), peer = addresses(y[key]);
             EXPECT_TRUE(std::includes(mine.begin(), mine.end(), peer.begin(), peer.end()))
                 << key << ": " << x[key].dump() << " / " << y[key].dump();
@@ -287,8 +290,9 @@ TEST(ExportCorpus, EmlIsReproducibleAndCarriesDateAndThreadFields) {
         test::LogCapture quiet;
         auto again = OXMessage::create(*readFileData(path.string()));
         const std::string first =
-            TNEFMessageExporter::create(message, nullptr, true)->data()->str();
-        EXPECT_EQ(first, TNEFMessageExporter::create(again, nullptr, true)->data()->str())
+            TNEFMessageExporter::create(message, nullptr, ExportMode::RFC822)->data()->str();
+        EXPECT_EQ(first,
+                  TNEFMessageExporter::create(again, nullptr, ExportMode::RFC822)->data()->str())
             << path.filename();
         emls.push_back(first);
         messages.push_back(message);
@@ -412,7 +416,8 @@ TEST(ExportCorpus, ExtractWritesEveryAttachment) {
     const std::string cmd = std::string(QB_QUILLBOX_PATH) + " extract -o " + out.string() + args +
                             " >/dev/null 2>" + (out.string() + ".err");
     const int raw = std::system(cmd.c_str());
-    EXPECT_TRUE(WIFEXITED(raw) && WEXITSTATUS(raw) == 0);
+    // Some corpus files carry bytes after their last record: read in part, status 3.
+    EXPECT_TRUE(WIFEXITED(raw) && WEXITSTATUS(raw) == 3);
 
     for (const auto& [path, message] : corpusMessages()) {
         SCOPED_TRACE(path.string());

@@ -45,9 +45,10 @@ std::vector<RTFMessage> rtfMessages() {
             test::LogCapture quiet;
             auto data = readFileData(f.string());
             if (!data) continue;
-            std::shared_ptr<OutlookMessage> m = std::string(kind) == "msg"
-                                                    ? std::shared_ptr<OutlookMessage>(OXMessage::create(*data))
-                                                    : TNEFMessage::create(*data, nullptr, true, nullptr);
+            std::shared_ptr<OutlookMessage> m =
+                std::string(kind) == "msg"
+                    ? std::shared_ptr<OutlookMessage>(OXMessage::create(*data))
+                    : TNEFMessage::create(*data, nullptr, true, nullptr);
             if (!m) continue;
             if (auto rtf = rtfBodyOfMessage(*m))
                 out.push_back({std::string(kind) + "/" + f.filename().string(), m, *rtf});
@@ -90,11 +91,11 @@ TEST(RTFCorpus, EveryRTFBodyGivesAPageWithTheMessagesWords) {
         ASSERT_EQ(exporter->mimeType(), "text/html");
         EXPECT_EQ(exporter->filename(), "Message.html");
         // The message's own exporter shows this body instead of any HTML body.
-        auto messageExporter = TNEFMessageExporter::create(m.message, nullptr, false);
+        auto messageExporter = TNEFMessageExporter::create(m.message, nullptr, ExportMode::Files);
         const auto& texts = messageExporter->textExporters();
-        EXPECT_TRUE(std::any_of(texts.begin(), texts.end(),
-                                [&](const auto& e) { return e->mimeType() == "text/html" &&
-                                                            e->filename() == "Message.html"; }));
+        EXPECT_TRUE(std::any_of(texts.begin(), texts.end(), [&](const auto& e) {
+            return e->mimeType() == "text/html" && e->filename() == "Message.html";
+        }));
         EXPECT_LE(texts.size(), 2u);
 
         const std::string text = test::textOfHTML(exporter->data()->view());

@@ -45,7 +45,7 @@ std::string threadedMsg() {
 
 std::string emlOf(const std::string& msg) {
     auto m = OXMessage::create(Bytes::fromString(msg));
-    return TNEFMessageExporter::create(m, nullptr, true)->data()->str();
+    return TNEFMessageExporter::create(m, nullptr, ExportMode::RFC822)->data()->str();
 }
 
 TEST(CompleteEml, DateThreadFieldsAndSmtpAddressesOfAMsg) {
@@ -55,7 +55,7 @@ TEST(CompleteEml, DateThreadFieldsAndSmtpAddressesOfAMsg) {
     EXPECT_NE(eml.find("boundary=\"MKMimeKit=_"), std::string::npos);
 
     auto m = OXMessage::create(Bytes::fromString(threadedMsg()));
-    auto e = TNEFMessageExporter::create(m, nullptr, false);
+    auto e = TNEFMessageExporter::create(m, nullptr, ExportMode::Files);
     EXPECT_EQ(e->metadataPlist()["Date"], "2024-02-12T07:31:43Z");
     // metadata.json keeps the addresses the message gives.
     EXPECT_EQ(e->metadataPlist()["ToRecipients"], Dictionary::parse(R"(["Bo <\/o=x\/cn=bo>"])"));

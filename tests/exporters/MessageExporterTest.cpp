@@ -40,7 +40,7 @@ TEST(MessageExporter, HeadersAndMetadataFollowTheMessage) {
     m->bcc = {address("Hidden", "hidden@x.org")};
     m->date_ = dateFromComponents(2024, 2, 29, 23, 59, 58);
 
-    auto e = TNEFMessageExporter::create(m, nullptr, true);
+    auto e = TNEFMessageExporter::create(m, nullptr, ExportMode::RFC822);
     EXPECT_EQ(e->filename(), "Re ab c d.eml");
     EXPECT_EQ(e->mimeType(), "message/rfc822");
     EXPECT_EQ(
@@ -68,7 +68,7 @@ TEST(MessageExporter, HeadersAndMetadataFollowTheMessage) {
     EXPECT_EQ(head.find("X-Uniform-Type-Identifier"), std::string::npos);
 
     // The top-level exporter builds the same message but does not serialise it.
-    auto top = TNEFMessageExporter::create(m, nullptr, false);
+    auto top = TNEFMessageExporter::create(m, nullptr, ExportMode::Files);
     EXPECT_FALSE(top->data());
     EXPECT_EQ(top->metadataPlist(), e->metadataPlist());
     EXPECT_EQ(top->metadata(), Dictionary::parse(R"({"filename": "Re ab c d.eml",
@@ -79,7 +79,7 @@ TEST(MessageExporter, SubjectsClassesAndEmptyRecipientLists) {
     for (const auto& [subject, recorded] : std::vector<std::pair<std::optional<std::string>, bool>>{
              {std::nullopt, false}, {"", false}, {"message", false}, {"Message", true}}) {
         auto m = note(subject);
-        auto e = TNEFMessageExporter::create(m, nullptr, true);
+        auto e = TNEFMessageExporter::create(m, nullptr, ExportMode::RFC822);
         EXPECT_EQ(e->metadataPlist().contains("Subject"), recorded);
         if (!recorded) {
             EXPECT_EQ(e->filename(), "message.eml");
@@ -92,7 +92,7 @@ TEST(MessageExporter, SubjectsClassesAndEmptyRecipientLists) {
     // Recipients whose addresses are all missing: an empty field and an empty list.
     auto m = note("s");
     m->to = {address("", "")};
-    auto e = TNEFMessageExporter::create(m, nullptr, true);
+    auto e = TNEFMessageExporter::create(m, nullptr, ExportMode::RFC822);
     EXPECT_EQ(e->metadataPlist()["ToRecipients"], Dictionary::array());
     EXPECT_EQ(headerBlock(*e).rfind("To: \r\n", 0), 0u) << headerBlock(*e);
 
@@ -107,7 +107,7 @@ TEST(MessageExporter, SubjectsClassesAndEmptyRecipientLists) {
     for (const auto& [cls, isMessage, sticky] : classes) {
         auto c = note("s");
         c->messageClass_ = cls;
-        auto x = TNEFMessageExporter::create(c, nullptr, true);
+        auto x = TNEFMessageExporter::create(c, nullptr, ExportMode::RFC822);
         EXPECT_EQ(x->isMessage(), isMessage) << cls;
         EXPECT_EQ(x->messageClass(), cls);
         EXPECT_EQ(headerBlock(*x).find("X-Uniform-Type-Identifier: com.apple.mail-note") !=
@@ -129,7 +129,7 @@ TEST(MessageExporter, EmbeddedMessagesFillMissingMetadataAndNestAsParts) {
     wrapper->addAttachment("none.bin", std::nullopt);  // no content: skipped silently
     wrapper->addAttachment(std::nullopt, std::nullopt, inner);
 
-    auto e = TNEFMessageExporter::create(wrapper, nullptr, true);
+    auto e = TNEFMessageExporter::create(wrapper, nullptr, ExportMode::RFC822);
     const Dictionary& md = e->metadataPlist();
     EXPECT_EQ(md["From"], "Inner <inner@x.org>");
     EXPECT_EQ(md["Subject"], "Inner subject");
@@ -174,7 +174,7 @@ TEST(MessageExporter, ItemsThatAreNotMessagesGiveTheirAttachments) {
     m->addAttachment("before.txt", "b");
     m->addAttachment(std::nullopt, std::nullopt, appointment);
 
-    auto e = TNEFMessageExporter::create(m, nullptr, false, "<table>header</table>");
+    auto e = TNEFMessageExporter::create(m, nullptr, ExportMode::Files, "<table>header</table>");
     std::vector<std::string> names;
     for (const auto& x : e->attachmentExporters())
         names.push_back(*x->filename());

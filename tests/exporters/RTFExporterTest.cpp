@@ -35,15 +35,16 @@ TEST(RTFExporter, RTFBecomesAPageTwoPointsLarger) {
     EXPECT_TRUE(contains(e->data(), "font-size: 12pt; font-weight: bold;\">world</span>"));
     ASSERT_TRUE(e->attributedString());
     EXPECT_EQ(e->attributedString()->plainText(), "Hello world\n");
-    EXPECT_EQ(e->metadata().dump(),
-              R"({"filename":"Message.html","Content-Type":"text/html","isFromTextExporter":true})");
+    EXPECT_EQ(
+        e->metadata().dump(),
+        R"({"filename":"Message.html","Content-Type":"text/html","isFromTextExporter":true})");
     EXPECT_EQ(e->messagePart()->contentType().substr(0, 9), "text/html");
 }
 
 TEST(RTFExporter, EncapsulatedHTMLAndTextComeBack) {
-    auto html = RTFExporter::create(withRTF(
-        "{\\rtf1\\ansi\\fromhtml1 {\\*\\htmltag19 <html><body style=\"font-size:10pt\">}"
-        "\\htmlrtf RTFONLY\\htmlrtf0 hi{\\*\\htmltag27 </body></html>}}"));
+    auto html = RTFExporter::create(
+        withRTF("{\\rtf1\\ansi\\fromhtml1 {\\*\\htmltag19 <html><body style=\"font-size:10pt\">}"
+                "\\htmlrtf RTFONLY\\htmlrtf0 hi{\\*\\htmltag27 </body></html>}}"));
     ASSERT_TRUE(html);
     EXPECT_EQ(html->mimeType(), "text/html");
     EXPECT_TRUE(contains(html->data(), "font-size:12pt"));  // the same font step as HTML bodies
@@ -53,14 +54,16 @@ TEST(RTFExporter, EncapsulatedHTMLAndTextComeBack) {
     auto text = RTFExporter::create(withRTF("{\\rtf1\\ansi\\fromtext \\pard a < b\\par c\\par}"));
     ASSERT_TRUE(text);
     EXPECT_EQ(text->mimeType(), "text/html");
-    EXPECT_TRUE(contains(text->data(), "<p><span style=\"font-size: 14pt;\">a &lt; b</span></p>\n"
-                                       "<p><span style=\"font-size: 14pt;\">c</span></p>"));
+    EXPECT_TRUE(contains(text->data(),
+                         "<p><span style=\"font-size: 14pt;\">a &lt; b</span></p>\n"
+                         "<p><span style=\"font-size: 14pt;\">c</span></p>"));
 }
 
 TEST(RTFExporter, PicturesAreInlinedAsDataURIs) {
-    auto e = RTFExporter::create(
-        withRTF("{\\rtf1 see {\\*\\shppict{\\pict\\pngblip\\bin3 PNG}}{\\nonshppict{\\pict\\wmetafile8\\bin1 W}} "
-                "and {\\pict\\pngblip 4142}}"));
+    auto e =
+        RTFExporter::create(withRTF("{\\rtf1 see {\\*\\shppict{\\pict\\pngblip\\bin3 "
+                                    "PNG}}{\\nonshppict{\\pict\\wmetafile8\\bin1 W}} "
+                                    "and {\\pict\\pngblip 4142}}"));
     ASSERT_TRUE(e);
     EXPECT_EQ(e->mimeType(), "text/html");
     // The binary picture goes through the picture document; the hex one is read directly.
@@ -81,7 +84,7 @@ TEST(RTFExporter, NoBodyNoExporter) {
 TEST(MessageExporterRTF, AnRTFBodyTakesThePlaceOfTheHTMLBody) {
     auto m = withRTF("{\\rtf1 rich\\par}",
                      PropsWriter().string8(0x1000, "plain").binary(0x1013, "<p>html</p>"));
-    auto e = TNEFMessageExporter::create(m, nullptr, false);
+    auto e = TNEFMessageExporter::create(m, nullptr, ExportMode::Files);
     ASSERT_EQ(e->textExporters().size(), 2u);
     EXPECT_EQ(e->textExporters()[0]->mimeType(), "text/plain");
     EXPECT_TRUE(std::dynamic_pointer_cast<RTFExporter>(e->textExporters()[1]));
@@ -91,7 +94,7 @@ TEST(MessageExporterRTF, AnRTFBodyTakesThePlaceOfTheHTMLBody) {
     auto nested = withRTF("{\\rtf1 inner rich\\par}", PropsWriter().string8(0x1000, "inner plain"));
     nested->subject_ = "inner";
     outer->addAttachment("inner.msg", std::nullopt, nested);
-    auto top = TNEFMessageExporter::create(outer, nullptr, false);
+    auto top = TNEFMessageExporter::create(outer, nullptr, ExportMode::Files);
     ASSERT_EQ(top->attachmentExporters().size(), 1u);
     const auto eml = top->attachmentExporters()[0]->data()->str();
     EXPECT_NE(eml.find("multipart/alternative"), std::string::npos);
@@ -103,7 +106,7 @@ TEST(MessageExporterRTF, PicturesOfABodyWithoutPageComeFirstAmongAttachments) {
     test::LogCapture log;
     auto m = withRTF("{\\pict\\pngblip\\bin3 PNG}} {\\rtf1 x}");
     m->addAttachment("a.txt", "file");
-    auto e = TNEFMessageExporter::create(m, nullptr, false);
+    auto e = TNEFMessageExporter::create(m, nullptr, ExportMode::Files);
     for (const auto& t : e->textExporters())
         EXPECT_FALSE(std::dynamic_pointer_cast<RTFExporter>(t));
     ASSERT_EQ(e->attachmentExporters().size(), 2u);
@@ -111,13 +114,13 @@ TEST(MessageExporterRTF, PicturesOfABodyWithoutPageComeFirstAmongAttachments) {
     EXPECT_EQ(e->attachmentExporters()[0]->data()->view(), "PNG");
     EXPECT_EQ(e->attachmentExporters()[1]->filename(), "a.txt");
     EXPECT_EQ(log.lines, std::vector<std::string>{
-                               "RTFDocument htmlData FailureReason the document is not rich text"});
+                             "RTFDocument htmlData FailureReason the document is not rich text"});
 }
 
 TEST(HTMLExporterStyledText, TheBodyIsKeptAsStyledTextTwoPointsLarger) {
     auto m = FakeMessage::make();
-    m->borrowPropertiesOf(test::messageWithProps(
-        PropsWriter().binary(0x1013, "<p><span style=\"font-size:10pt\">small</span> default</p>")));
+    m->borrowPropertiesOf(test::messageWithProps(PropsWriter().binary(
+        0x1013, "<p><span style=\"font-size:10pt\">small</span> default</p>")));
     auto e = HTMLExporter::create(m);
     ASSERT_TRUE(e);
     const auto styled = e->attributedString();

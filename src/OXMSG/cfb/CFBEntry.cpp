@@ -6,14 +6,45 @@
 
 namespace qb {
 
-std::shared_ptr<CFBEntry> CFBEntry::create(Bytes data, std::shared_ptr<ReadReport> report) {
+std::shared_ptr<CFBEntry> CFBEntry::create(Bytes data, std::shared_ptr<ReadReport> report,
+                                           ReadError* why) {
     auto storage = std::make_shared<POLE::Storage>(std::move(data), std::move(report));
-    storage->open(false, false);
-    if (storage->result() != POLE::Ok) return nullptr;
+    storage->open();
+    auto fail = [why](const char* text, uint64_t offset) -> std::shared_ptr<CFBEntry> {
+        if (why) {
+            why->description = text;
+            why->offset = offset;
+        }
+        return nullptr;
+    };
+    if (storage->result() == POLE::NotOLE) return fail("not a compound file", 0);
+    if (storage->result() != POLE::Ok) return fail("the compound file's header is not valid", 0);
     const POLE::DirEntry* root = storage->dirTree()->entry("/");
     // A root that is no valid entry (a directory cut off or zeroed) holds nothing to read.
-    if (!root || !root->valid) return nullptr;
+    if (!root || !root->valid) {
+        const auto& header = storage->io().header;
+        return fail("the compound file's directory has no valid root entry",
+                    (header.dirent_start + 1) << header.b_shift);
+    }
     return std::make_shared<CFBEntry>(std::move(storage), root, "/");
+}
+
+bool CFBEntry::hasSignature(const Bytes& data) {
+    static constexpr uint8_t kSignature[8] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
+    auto first = data.sub(0, sizeof kSignature);
+    return first && std::equal(std::begin(kSignature), std::end(kSignature), first->data());
+}
+
+std::optional<uint64_t> CFBEntry::fileOffset() const {
+    if (entry_->dir || entry_->size == 0) return std::nullopt;
+    const POLE::StorageIO& io = storage_->io();
+    const uint64_t bigShift = io.header.b_shift;
+    if (io.usesBigBlocks(*entry_)) return (entry_->start + 1) << bigShift;
+    // A small stream lies in the mini stream, itself a chain of big blocks.
+    const uint64_t inMini = entry_->start << io.header.s_shift;
+    const uint64_t block = inMini >> bigShift;
+    if (block >= io.sb_blocks.size()) return std::nullopt;
+    return ((io.sb_blocks[block] + 1) << bigShift) + (inMini & ((uint64_t(1) << bigShift) - 1));
 }
 
 std::string CFBEntry::name() const {

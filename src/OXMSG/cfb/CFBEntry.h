@@ -8,6 +8,7 @@
 
 #include "OXMSG/cfb/POLE.h"
 #include "platform/Bytes.h"
+#include "platform/ReadError.h"
 
 namespace qb {
 
@@ -15,10 +16,14 @@ namespace qb {
 // Every entry shares the root's storage, which keeps the input bytes alive.
 class CFBEntry {
   public:
-    // The root of the compound file in `data`; nothing when it is not one we can open.
-    // Warnings and budgets go to `report` (a new one for this input when null).
+    // The root of the compound file in `data`; nothing when it is not one we can open, with
+    // the reason and its offset in `why` (description and offset only: the caller knows its
+    // domain). Warnings and budgets go to `report` (a new one for this input when null).
     static std::shared_ptr<CFBEntry> create(Bytes data,
-                                            std::shared_ptr<ReadReport> report = nullptr);
+                                            std::shared_ptr<ReadReport> report = nullptr,
+                                            ReadError* why = nullptr);
+    // Whether `data` starts with the compound-file signature.
+    static bool hasSignature(const Bytes& data);
     CFBEntry(std::shared_ptr<const POLE::Storage> storage, const POLE::DirEntry* entry,
              std::string path)
         : storage_(std::move(storage)), entry_(entry), path_(std::move(path)) {}
@@ -29,6 +34,8 @@ class CFBEntry {
     bool isDirectoryEntry() const { return entry_->dir; }
     bool isDocumentEntry() const { return !entry_->dir; }
     uint64_t length() const { return entry_->size; }
+    // Where a stream's first byte lies in the file; nothing for a storage or an empty stream.
+    std::optional<uint64_t> fileOffset() const;
 
     // Children in directory-tree order; none for a stream.
     const std::vector<std::shared_ptr<CFBEntry>>& entries() const;

@@ -1,5 +1,7 @@
+// A folder that exports are written into safely: the writing side of the front door.
 #pragma once
 
+#include <atomic>
 #include <map>
 #include <optional>
 #include <set>
@@ -7,7 +9,7 @@
 
 #include "platform/Bytes.h"
 
-namespace qb::cli {
+namespace qb {
 
 // A folder that files are written into under safe names, never replacing anything: a taken
 // name, or one Windows reserves (CON, NUL, COM1…), gets " (2)", " (3)", … before its
@@ -19,8 +21,10 @@ class ExtractFolder {
   public:
     // Creates a new folder `name` (made safe, numbered when taken) inside the folder open as
     // `parentFd`, whose path for messages is `parentPath`; errno and nothing on failure.
+    // Once `cancel` (when given) is true, a write stops within a megabyte with EINTR.
     static std::optional<ExtractFolder> create(int parentFd, const std::string& parentPath,
-                                               const std::string& name);
+                                               const std::string& name,
+                                               const std::atomic<bool>* cancel = nullptr);
     ExtractFolder(ExtractFolder&& other) noexcept;
     ExtractFolder& operator=(ExtractFolder&&) = delete;
     ~ExtractFolder();
@@ -34,24 +38,20 @@ class ExtractFolder {
                                      bool reservedName = false);
 
   private:
-    ExtractFolder(int fd, std::string path) : fd_(fd), path_(std::move(path)) {}
+    ExtractFolder(int fd, std::string path, const std::atomic<bool>* cancel)
+        : fd_(fd), path_(std::move(path)), cancel_(cancel) {}
     int fd_;
     std::string path_;
+    const std::atomic<bool>* cancel_;
     std::map<std::string, unsigned> nextNumber_;
     std::set<std::string> reserved_;
     unsigned temporaries_ = 0;
 };
 
-// Whether Windows reserves `name` for a device (CON, PRN, AUX, NUL, COM1–9, LPT1–9, with any
-// extension, in any case).
-bool isWindowsReservedName(const std::string& name);
-
-// Set by SIGINT or SIGTERM once installInterruptHandlers ran; writes stop at the next chunk.
-bool interrupted();
-// Catches SIGINT and SIGTERM so that a run can stop between writes and clean up.
-void installInterruptHandlers();
-
 // Opens an existing folder for ExtractFolder::create; -1 with errno on failure.
 int openFolder(const std::string& path);
+// Makes the folder `path` and the folders above it that are missing; false with errno when
+// that fails or something other than a folder is there.
+bool makeDirectories(const std::string& path);
 
-}  // namespace qb::cli
+}  // namespace qb

@@ -1,9 +1,8 @@
-// The extract command's output folders: made relative to an open handle, files written whole
-// under a temporary name and renamed into place without replacing anything.
-#include "cli/ExtractFolder.h"
+// Output folders: made relative to an open handle, files written whole under a temporary
+// name and renamed into place without replacing anything.
+#include "api/ExtractFolder.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,44 +11,19 @@
 #include <cctype>
 #include <cerrno>
 
+#include "api/WholeFile.h"
 #include "exporters/SafeFilename.h"
 
-namespace qb::cli {
+namespace qb {
 
 namespace {
 
 // Enough for any real message; a bound so that a full folder cannot loop for ever.
 constexpr unsigned kMaxNumbered = 100000;
-// Written in pieces so that an interruption is noticed within one piece.
-constexpr size_t kWriteChunk = size_t(1) << 20;
-
-volatile sig_atomic_t gInterrupted = 0;
-
-void onInterrupt(int) {
-    gInterrupted = 1;
-}
 
 std::string joinPath(const std::string& dir, const std::string& name) {
     if (dir.empty() || dir == ".") return name;
     return dir.back() == '/' ? dir + name : dir + "/" + name;
-}
-
-bool writeAll(int fd, const Bytes& data) {
-    size_t done = 0;
-    while (done < data.size()) {
-        if (gInterrupted) {
-            errno = EINTR;
-            return false;
-        }
-        const ssize_t n =
-            ::write(fd, data.data() + done, std::min(kWriteChunk, data.size() - done));
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
-        done += static_cast<size_t>(n);
-    }
-    return true;
 }
 
 // Moves `from` to `to` in the folder unless `to` exists.
@@ -64,37 +38,28 @@ bool renameNoReplace(int fd, const std::string& from, const std::string& to) {
 
 }  // namespace
 
-bool isWindowsReservedName(const std::string& name) {
-    std::string stem = name.substr(0, name.find('.'));
-    while (!stem.empty() && stem.back() == ' ')
-        stem.pop_back();
-    for (char& c : stem)
-        c = char(std::toupper(static_cast<unsigned char>(c)));
-    if (stem == "CON" || stem == "PRN" || stem == "AUX" || stem == "NUL") return true;
-    return stem.size() == 4 && (stem.starts_with("COM") || stem.starts_with("LPT")) &&
-           stem[3] >= '1' && stem[3] <= '9';
-}
-
-bool interrupted() {
-    return gInterrupted != 0;
-}
-
-void installInterruptHandlers() {
-    struct sigaction action {};
-    action.sa_handler = onInterrupt;
-    sigemptyset(&action.sa_mask);
-    // No SA_RESTART: a blocked write returns, and the loop sees the flag.
-    action.sa_flags = 0;
-    ::sigaction(SIGINT, &action, nullptr);
-    ::sigaction(SIGTERM, &action, nullptr);
-}
-
 int openFolder(const std::string& path) {
     return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
 }
 
+bool makeDirectories(const std::string& path) {
+    for (size_t pos = 1; pos <= path.size(); ++pos) {
+        if (pos < path.size() && path[pos] != '/') continue;
+        const std::string prefix = path.substr(0, pos);
+        if (::mkdir(prefix.c_str(), 0777) != 0 && errno != EEXIST) return false;
+    }
+    struct stat st {};
+    if (::stat(path.c_str(), &st) != 0) return false;
+    if (!S_ISDIR(st.st_mode)) {
+        errno = ENOTDIR;
+        return false;
+    }
+    return true;
+}
+
 std::optional<ExtractFolder> ExtractFolder::create(int parentFd, const std::string& parentPath,
-                                                   const std::string& name) {
+                                                   const std::string& name,
+                                                   const std::atomic<bool>* cancel) {
     const std::string safe = safeFilename(name, "message");
     for (unsigned n = isWindowsReservedName(safe) ? 2 : 1; n <= kMaxNumbered; ++n) {
         const std::string candidate = numberedFilename(safe, n);
@@ -106,7 +71,7 @@ std::optional<ExtractFolder> ExtractFolder::create(int parentFd, const std::stri
         const int fd =
             ::openat(parentFd, candidate.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
         if (fd < 0) return std::nullopt;
-        return ExtractFolder(fd, joinPath(parentPath, candidate));
+        return ExtractFolder(fd, joinPath(parentPath, candidate), cancel);
     }
     errno = EEXIST;
     return std::nullopt;
@@ -115,6 +80,7 @@ std::optional<ExtractFolder> ExtractFolder::create(int parentFd, const std::stri
 ExtractFolder::ExtractFolder(ExtractFolder&& other) noexcept
     : fd_(other.fd_),
       path_(std::move(other.path_)),
+      cancel_(other.cancel_),
       nextNumber_(std::move(other.nextNumber_)),
       reserved_(std::move(other.reserved_)),
       temporaries_(other.temporaries_) {
@@ -138,7 +104,7 @@ std::optional<std::string> ExtractFolder::write(const std::string& name, const B
         if (fd < 0 && errno != EEXIST) return std::nullopt;
     }
     if (fd < 0) return std::nullopt;
-    const bool written = writeAll(fd, data);
+    const bool written = writeAllTo(fd, data, cancel_);
     int savedErrno = errno;
     if (::close(fd) != 0 && written)
         savedErrno = errno;
@@ -174,4 +140,4 @@ std::optional<std::string> ExtractFolder::write(const std::string& name, const B
     return std::nullopt;
 }
 
-}  // namespace qb::cli
+}  // namespace qb

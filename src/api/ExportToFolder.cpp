@@ -1,0 +1,135 @@
+// Writing one message's exports as files: names claimed in order, pages linked to the
+// pictures written beside them, the description of what was written last.
+#include "api/ExportToFolder.h"
+
+#include <cxxabi.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <set>
+#include <typeinfo>
+
+#include "api/ExtractFolder.h"
+#include "exporters/AttachmentExporter.h"
+#include "exporters/ContentIDs.h"
+#include "exporters/OriginalBodies.h"
+#include "exporters/SafeFilename.h"
+#include "exporters/TNEFMessageExporter.h"
+#include "platform/Digest.h"
+
+namespace qb {
+
+namespace {
+
+constexpr const char* kMetadataName = "metadata.json";
+constexpr const char* kManifestName = "manifest.json";
+
+// The names the files of a message get in its new, empty folder, in the order they are
+// written, for the content ids of its attachments.
+ContentIDFiles filesOfContentIDs(const TNEFMessageExporter& exporter) {
+    std::set<std::string> taken{kMetadataName, kManifestName};
+    auto claim = [&taken](const std::string& name) {
+        const std::string safe = safeFilename(name, "Untitled");
+        for (unsigned n = 1;; ++n) {
+            std::string candidate = numberedFilename(safe, n);
+            if (!isWindowsReservedName(candidate) && taken.insert(candidate).second)
+                return candidate;
+        }
+    };
+    ContentIDFiles files;
+    for (const auto& e : exporter.textExporters())
+        if (e->data()) claim(e->filename().value_or("Untitled"));
+    for (const auto& e : exporter.attachmentExporters()) {
+        if (!e->data()) continue;
+        const std::string name = claim(e->filename().value_or("Untitled"));
+        const auto* file = dynamic_cast<const AttachmentExporter*>(e.get());
+        if (!file || !file->attachment()) continue;
+        if (auto id = file->attachment()->contentId(); id && !id->empty())
+            files.emplace(normalizedContentID(*id), name);
+    }
+    return files;
+}
+
+// The exporter's class name without its namespace, for the manifest.
+std::string exporterName(const QBExporter& e) {
+    int status = 0;
+    char* demangled = abi::__cxa_demangle(typeid(e).name(), nullptr, nullptr, &status);
+    std::string name = status == 0 && demangled ? demangled : typeid(e).name();
+    std::free(demangled);
+    if (const size_t colon = name.rfind("::"); colon != std::string::npos) name.erase(0, colon + 2);
+    return name;
+}
+
+std::string jsonText(const Dictionary& d) {
+    return d.dump(2, ' ', false, Dictionary::error_handler_t::replace) + "\n";
+}
+
+}  // namespace
+
+Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage>& message,
+                                      int parentFd, const std::string& parentPath,
+                                      const std::string& folderName,
+                                      const FolderExportOptions& options) {
+    auto exporter = TNEFMessageExporter::create(message, nullptr, ExportMode::Files);
+    auto folder = ExtractFolder::create(parentFd, parentPath, folderName, options.cancel);
+    if (!folder)
+        return ReadError{"POSIX", errno,
+                         parentPath + ": cannot create the folder: " + std::strerror(errno),
+                         std::nullopt};
+    // Written last, but named first: an attachment of the same name is the one numbered.
+    folder->reserve(kMetadataName);
+    folder->reserve(kManifestName);
+
+    FolderExport result;
+    result.folder = folder->path();
+    Dictionary manifest = Dictionary::array();
+    auto save = [&](const std::string& name, const Bytes& data, const std::string& source,
+                    bool reserved) {
+        if (options.cancel && options.cancel->load()) {
+            result.notWritten.push_back(name);
+            result.complete = false;
+            return;
+        }
+        auto path = folder->write(name, data, reserved);
+        if (!path) {
+            result.complete = false;
+            if (errno == EINTR)
+                result.notWritten.push_back(name);
+            else if (options.fileFailed)
+                options.fileFailed(folder->path() + "/" + name, errno);
+            return;
+        }
+        ExportedFile file{*path, source, data.size()};
+        Dictionary entry = Dictionary::object();
+        entry["exporter"] = source;
+        entry["file"] = path->substr(path->rfind('/') + 1);
+        entry["size"] = data.size();
+        entry["sha256"] = sha256Hex(data);
+        manifest.push_back(std::move(entry));
+        if (options.fileWritten) options.fileWritten(file);
+        result.files.push_back(std::move(file));
+    };
+
+    const ContentIDFiles linked = filesOfContentIDs(*exporter);
+    for (const auto& e : exporter->textExporters()) {
+        auto data = e->data();
+        if (!data) continue;
+        // A page's pictures are the files written beside it.
+        if (!linked.empty() && e->mimeType() == "text/html")
+            data = Bytes::adoptString(htmlWithContentIDsLinked(data->view(), linked));
+        save(e->filename().value_or("Untitled"), *data, exporterName(*e), false);
+    }
+    for (const auto& e : exporter->attachmentExporters())
+        if (auto data = e->data())
+            save(e->filename().value_or("Untitled"), *data, exporterName(*e), false);
+    if (options.originalBodies)
+        for (const auto& body : originalBodies(*message))
+            save(body.filename, body.data, "original body", false);
+    // Last, so that a run cut short leaves no description of files that are not there.
+    save(kMetadataName, Bytes::fromString(jsonText(exporter->metadataPlist())), "metadata", true);
+    save(kManifestName, Bytes::fromString(jsonText(manifest)), "manifest", true);
+    return result;
+}
+
+}  // namespace qb

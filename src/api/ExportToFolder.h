@@ -1,0 +1,51 @@
+// A message's exports written into a new folder of their own: bodies, attachments, nested
+// messages as .eml, metadata.json and manifest.json.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "model/OutlookMessage.h"
+#include "platform/ReadError.h"
+
+namespace qb {
+
+struct ExportedFile {
+    std::string path;      // as written: the folder's path joined with the file's name
+    std::string exporter;  // what made it ("AttachmentExporter", "metadata", ...)
+    uint64_t size = 0;
+};
+
+struct FolderExportOptions {
+    // Also each body as the message stores it (Message.original.html, Message.rtf).
+    bool originalBodies = false;
+    // Checked between files and within large ones; once true, the export stops.
+    const std::atomic<bool>* cancel = nullptr;
+    // Told of each file once it is complete under its final name.
+    std::function<void(const ExportedFile&)> fileWritten;
+    // Told of each file that could not be written: its path and errno.
+    std::function<void(const std::string& path, int error)> fileFailed;
+};
+
+struct FolderExport {
+    std::string folder;                   // the folder made for the message
+    std::vector<ExportedFile> files;      // in the order written
+    std::vector<std::string> notWritten;  // names left out because the export was cancelled
+    bool complete = true;                 // every file written
+};
+
+// Makes a new folder called `folderName` (made safe, numbered when taken, never reused)
+// inside the folder open as `parentFd` (shown as `parentPath`) and writes every export of the
+// message into it, under safe names that never replace a file; each file is written whole or
+// not at all. metadata.json and manifest.json (every file with its exporter, size and
+// SHA-256) come last and keep their names. Fails only when the folder cannot be made.
+[[nodiscard]] Expected<FolderExport> exportToFolder(
+    const std::shared_ptr<const OutlookMessage>& message, int parentFd,
+    const std::string& parentPath, const std::string& folderName,
+    const FolderExportOptions& options = {});
+
+}  // namespace qb

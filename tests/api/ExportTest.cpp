@@ -1,0 +1,131 @@
+// The front door's exports: a folder per message written safely, and the whole .eml.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "api/ExportToFolder.h"
+#include "api/ExportToRFC822.h"
+#include "api/ExtractFolder.h"
+#include "api/OpenMessage.h"
+#include "support/SampleMessages.h"
+
+namespace qb {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+std::string slurp(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+class Export : public testing::Test {
+  protected:
+    void SetUp() override {
+        dir_ = fs::temp_directory_path() /
+               ("qb-export-" + std::to_string(::getpid()) + "-" +
+                testing::UnitTest::GetInstance()->current_test_info()->name());
+        fs::remove_all(dir_);
+        fs::create_directories(dir_);
+        fd_ = openFolder(dir_.string());
+        auto opened = openMessage(Bytes::fromString(test::sampleWinmail()));
+        ASSERT_TRUE(opened);
+        message_ = opened->message;
+    }
+    void TearDown() override {
+        ::close(fd_);
+        fs::remove_all(dir_);
+    }
+    fs::path dir_;
+    int fd_ = -1;
+    std::shared_ptr<const OutlookMessage> message_;
+};
+
+TEST_F(Export, FolderHoldsEveryExportAndDescribesItLast) {
+    std::vector<std::string> told;
+    FolderExportOptions options;
+    options.fileWritten = [&](const ExportedFile& f) { told.push_back(f.path); };
+    auto result = exportToFolder(message_, fd_, dir_.string(), "winmail", options);
+    ASSERT_TRUE(result);
+    EXPECT_TRUE(result->complete);
+    EXPECT_EQ(result->folder, (dir_ / "winmail").string());
+    ASSERT_GE(result->files.size(), 4u);
+    EXPECT_EQ(told.size(), result->files.size());
+    EXPECT_EQ(result->files[result->files.size() - 2].exporter, "metadata");
+    EXPECT_EQ(result->files.back().exporter, "manifest");
+    for (const auto& f : result->files)
+        EXPECT_EQ(fs::file_size(f.path), f.size) << f.path;
+    // Nothing but the exports: no temporary files left behind.
+    size_t entries = 0;
+    for (const auto& e : fs::directory_iterator(result->folder)) {
+        EXPECT_NE(e.path().filename().string()[0], '.') << e.path();
+        ++entries;
+    }
+    EXPECT_EQ(entries, result->files.size());
+    const std::string manifest = slurp(fs::path(result->folder) / "manifest.json");
+    EXPECT_THAT(manifest, HasSubstr("\"exporter\": \"AttachmentExporter\""));
+    EXPECT_THAT(manifest, HasSubstr("\"sha256\": "));
+
+    // A second export of the same message gets a folder of its own.
+    auto again = exportToFolder(message_, fd_, dir_.string(), "winmail");
+    ASSERT_TRUE(again);
+    EXPECT_EQ(again->folder, (dir_ / "winmail (2)").string());
+}
+
+TEST_F(Export, CancelledExportWritesNothingMoreAndSaysWhat) {
+    std::atomic<bool> cancel{false};
+    FolderExportOptions options;
+    options.cancel = &cancel;
+    options.fileWritten = [&](const ExportedFile&) { cancel = true; };  // after the first file
+    auto result = exportToFolder(message_, fd_, dir_.string(), "m", options);
+    ASSERT_TRUE(result);
+    EXPECT_FALSE(result->complete);
+    EXPECT_EQ(result->files.size(), 1u);
+    ASSERT_FALSE(result->notWritten.empty());
+    EXPECT_EQ(result->notWritten.back(), "manifest.json");
+}
+
+TEST_F(Export, FolderThatCannotBeMadeIsAnError) {
+    // A file where the parent folder should be (root may write anywhere, so no permissions).
+    std::ofstream(dir_ / "file") << "x";
+    const int fileFd = ::open((dir_ / "file").c_str(), O_RDONLY);
+    auto result = exportToFolder(message_, fileFd, (dir_ / "file").string(), "m");
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error().domain, "POSIX");
+    EXPECT_THAT(result.error().description, HasSubstr("cannot create the folder"));
+    ::close(fileFd);
+}
+
+TEST_F(Export, RFC822FileIsTheSameBytesWrittenWhole) {
+    const Bytes eml = rfc822Data(message_);
+    ASSERT_GT(eml.size(), 1000u);
+    EXPECT_THAT(eml.str(), HasSubstr("Subject: "));
+    EXPECT_EQ(rfc822Data(message_).str(), eml.str());  // reproducible
+
+    const fs::path out = dir_ / "m.eml";
+    std::ofstream(out) << "old content";
+    auto written = exportToRFC822(message_, out.string());
+    ASSERT_TRUE(written);
+    EXPECT_EQ(*written, eml.size());
+    EXPECT_EQ(slurp(out), eml.str());
+    size_t entries = 0;
+    for ([[maybe_unused]] const auto& e : fs::directory_iterator(dir_))
+        ++entries;
+    EXPECT_EQ(entries, 1u);
+
+    auto failed = exportToRFC822(message_, (dir_ / "no/such/folder/m.eml").string());
+    ASSERT_FALSE(failed);
+    EXPECT_THAT(failed.error().description, HasSubstr("No such file or directory"));
+}
+
+}  // namespace
+}  // namespace qb
