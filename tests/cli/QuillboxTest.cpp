@@ -417,5 +417,22 @@ TEST_F(Quillbox, UsageErrorsExitWithTwo) {
     EXPECT_EQ(run("--help").status, 0);
 }
 
+TEST_F(Quillbox, ReadErrorsNameTheReasonAndTheOffset) {
+    // A property stream whose header is of no known form.
+    const std::string props = std::string(16, '\0') + std::string(40, '\x11');
+    const std::string file = test::CompoundFileWriter().write(test::CFNode::dir(
+        "R", {test::CFNode::stream("__properties_version1.0", props),
+              test::CFNode::stream("__substg1.0_0037001F", std::string("s\0", 2))}));
+    const std::string msg = write("bad.msg", file);
+    const size_t at = file.find(props);
+    RunResult r = run("info " + msg);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_THAT(r.err, HasSubstr("quillbox: " + msg +
+                                 ": Unknown header format (headerSize < 24) (at offset " +
+                                 std::to_string(at) + ")\n"));
+    r = run("info --json " + msg);
+    EXPECT_EQ(Dictionary::parse(r.out)["error"]["offset"], at);
+}
+
 }  // namespace
 }  // namespace qb
