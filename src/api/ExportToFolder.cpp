@@ -4,6 +4,7 @@
 
 #include <cxxabi.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -17,6 +18,7 @@
 #include "exporters/SafeFilename.h"
 #include "exporters/TNEFMessageExporter.h"
 #include "platform/Digest.h"
+#include "tnef/TNEFAttachment.h"
 
 namespace qb {
 
@@ -67,6 +69,15 @@ std::string jsonText(const Dictionary& d) {
 
 }  // namespace
 
+uint64_t outputBudgetFor(const OutlookMessage& message) {
+    constexpr uint64_t kPerInputByte = 64, kFloor = uint64_t(16) << 20;
+    uint64_t budget = message.report()->inputSize() * kPerInputByte;
+    for (const auto& attachment : message.attachments())
+        if (attachment)
+            if (auto data = attachment->rawData()) budget += data->size();
+    return std::max(budget, kFloor);
+}
+
 Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage>& message,
                                       int parentFd, const std::string& parentPath,
                                       const std::string& folderName,
@@ -83,14 +94,24 @@ Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage
 
     FolderExport result;
     result.folder = folder->path();
+    const uint64_t budget = options.outputBudget ? options.outputBudget : outputBudgetFor(*message);
+    uint64_t written = 0;
     Dictionary manifest = Dictionary::array();
     auto save = [&](const std::string& name, const Bytes& data, const std::string& source,
                     bool reserved) {
-        if (options.cancel && options.cancel->load()) {
+        if ((options.cancel && options.cancel->load()) || (result.budgetExceeded && !reserved)) {
             result.notWritten.push_back(name);
             result.complete = false;
             return;
         }
+        // The description files are small and say what was written; they always go.
+        if (!reserved && data.size() > budget - std::min(written, budget)) {
+            result.budgetExceeded = budget;
+            result.notWritten.push_back(name);
+            result.complete = false;
+            return;
+        }
+        written += data.size();
         auto path = folder->write(name, data, reserved);
         if (!path) {
             result.complete = false;

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,7 +21,17 @@ struct ExportedFile {
     uint64_t size = 0;
 };
 
+// The domain of errors the exports give themselves (file-system errors are "POSIX").
+inline constexpr const char* kExportErrorDomain = "QBExportErrorDomain";
+inline constexpr int kExportErrorOverBudget = 1;
+
+// The most the exports of one input may write: 64 times the input plus its attachments' own
+// bytes, and at least 16 MB. Real messages stay far below; crafted nesting would not.
+uint64_t outputBudgetFor(const OutlookMessage& message);
+
 struct FolderExportOptions {
+    // The most all files together may hold; 0 means outputBudgetFor(message).
+    uint64_t outputBudget = 0;
     // Also each body as the message stores it (Message.original.html, Message.rtf).
     bool originalBodies = false;
     // Checked between files and within large ones; once true, the export stops.
@@ -34,8 +45,10 @@ struct FolderExportOptions {
 struct FolderExport {
     std::string folder;                   // the folder made for the message
     std::vector<ExportedFile> files;      // in the order written
-    std::vector<std::string> notWritten;  // names left out because the export was cancelled
+    std::vector<std::string> notWritten;  // names left out: cancelled, or past the budget
     bool complete = true;                 // every file written
+    // Set when the next file would have passed the output budget; the export stopped there.
+    std::optional<uint64_t> budgetExceeded;
 };
 
 // Makes a new folder called `folderName` (made safe, numbered when taken, never reused)

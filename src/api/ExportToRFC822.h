@@ -1,6 +1,7 @@
 // A whole message as one RFC 2822 message (.eml).
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -14,9 +15,15 @@ namespace qb {
 // input always gives the same bytes.
 Bytes rfc822Data(const std::shared_ptr<const OutlookMessage>& message);
 
-// Writes rfc822Data to `path`, whole or not at all (see writeFileWhole); the size written,
-// or a "POSIX" error naming the path.
+// rfc822Data, or an error when it is larger than `outputBudget` (0: outputBudgetFor the
+// message), so that a crafted input cannot fill a disk.
+[[nodiscard]] Expected<Bytes> rfc822Message(const std::shared_ptr<const OutlookMessage>& message,
+                                            uint64_t outputBudget = 0);
+
+// Writes rfc822Message to `path`, whole or not at all (see writeFileWhole); the size
+// written, or the reason nothing was.
 [[nodiscard]] Expected<uint64_t> exportToRFC822(
-    const std::shared_ptr<const OutlookMessage>& message, const std::string& path);
+    const std::shared_ptr<const OutlookMessage>& message, const std::string& path,
+    uint64_t outputBudget = 0);
 
 }  // namespace qb

@@ -100,7 +100,12 @@ int extractMessage(const OpenedInput& in, int parentFd, const std::string& paren
         for (const auto& n : result->notWritten)
             names += (names.empty() ? "" : ", ") + n;
         progress.clear();
-        reportFailure(in.path, "interrupted; not written: " + names);
+        if (result->budgetExceeded)
+            reportFailure(in.path, fmt::format("the exports would pass the {} bytes this input may "
+                                               "produce; stopped; not written: {}",
+                                               *result->budgetExceeded, names));
+        else
+            reportFailure(in.path, "interrupted; not written: " + names);
         progress.redraw();
     }
     return result->complete ? kExitOK : kExitFailed;
@@ -159,10 +164,12 @@ int runEml(const std::string& file, const std::optional<std::string>& output) {
         bool ok;
         if (output && *output != "-") {
             auto written = exportToRFC822(in.message, *output);
-            if (!written) reportFailure(file, written.error().description);
+            if (!written) reportFailure(file, written.error());
             ok = bool(written);
         } else {
-            ok = writeOutput(std::nullopt, rfc822Data(in.message), file);
+            auto message = rfc822Message(in.message);
+            if (!message) reportFailure(file, message.error());
+            ok = message && writeOutput(std::nullopt, *message, file);
         }
         return finishInput(in, ok ? kExitOK : kExitFailed);
     });

@@ -4,7 +4,8 @@
 namespace qb {
 
 ReadReport::ReadReport(uint64_t inputSize)
-    : propertyBudget_(inputSize / kInputBytesPerPropertyWork + kPropertyWorkFloor),
+    : inputSize_(inputSize),
+      propertyBudget_(inputSize / kInputBytesPerPropertyWork + kPropertyWorkFloor),
       materialisedBudget_(inputSize * kMaterialisedPerByte + kMaterialisedFloor) {}
 
 void ReadReport::warn(std::string text, std::optional<uint64_t> offset) {

@@ -31,6 +31,8 @@ class ReadReport {
     static constexpr size_t kMaxWarnings = 100;
 
     explicit ReadReport(uint64_t inputSize);
+    // The size of the input the report is about.
+    uint64_t inputSize() const { return inputSize_; }
 
     // Records that something was not read; the input then counts as read only in part.
     void warn(std::string text, std::optional<uint64_t> offset = std::nullopt);
@@ -47,6 +49,7 @@ class ReadReport {
     bool spendMaterialised(uint64_t n);
 
   private:
+    const uint64_t inputSize_;
     mutable std::mutex mutex_;
     std::vector<Warning> warnings_;
     uint64_t dropped_ = 0;

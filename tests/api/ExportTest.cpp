@@ -127,5 +127,30 @@ TEST_F(Export, RFC822FileIsTheSameBytesWrittenWhole) {
     EXPECT_THAT(failed.error().description, HasSubstr("No such file or directory"));
 }
 
+TEST_F(Export, OutputPastTheBudgetStopsWithTheReason) {
+    // Real messages stay far below the default budget.
+    EXPECT_GE(outputBudgetFor(*message_), uint64_t(16) << 20);
+
+    FolderExportOptions options;
+    options.outputBudget = 600;
+    auto result = exportToFolder(message_, fd_, dir_.string(), "m", options);
+    ASSERT_TRUE(result);
+    EXPECT_FALSE(result->complete);
+    EXPECT_EQ(result->budgetExceeded, 600u);
+    uint64_t exports = 0;
+    for (const auto& f : result->files)
+        if (f.exporter != "metadata" && f.exporter != "manifest") exports += f.size;
+    EXPECT_LE(exports, 600u);
+    // What was written is still described.
+    EXPECT_EQ(result->files.back().exporter, "manifest");
+
+    auto eml = rfc822Message(message_, 600);
+    ASSERT_FALSE(eml);
+    EXPECT_EQ(eml.error().domain, kExportErrorDomain);
+    EXPECT_THAT(eml.error().description, HasSubstr("more than the 600 bytes"));
+    EXPECT_FALSE(exportToRFC822(message_, (dir_ / "x.eml").string(), 600));
+    EXPECT_FALSE(fs::exists(dir_ / "x.eml"));
+}
+
 }  // namespace
 }  // namespace qb
