@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "cli/StatusLine.h"
 #include "platform/FileData.h"
 
 namespace qb::cli {
@@ -74,7 +75,7 @@ OpenedInput openInput(const std::string& path) {
 }
 
 void reportFailure(const std::string& path, const std::string& reason) {
-    std::fprintf(stderr, "quillbox: %s: %s\n", path.c_str(), reason.c_str());
+    printErrorLine("quillbox: " + path + ": " + reason);
 }
 
 void reportFailure(const std::string& path, const ReadError& error) {

@@ -4,6 +4,7 @@
 
 #include "cli/Commands.h"
 #include "cli/MessageInput.h"
+#include "cli/StatusLine.h"
 #include "platform/Log.h"
 
 namespace {
@@ -21,8 +22,7 @@ void logToStderr(std::string_view line) {
         else
             out += static_cast<char>(c);
     }
-    out += '\n';
-    std::fwrite(out.data(), 1, out.size(), stderr);
+    qb::cli::printErrorLine(out);
 }
 
 }  // namespace

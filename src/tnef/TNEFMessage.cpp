@@ -142,9 +142,12 @@ std::shared_ptr<TNEFAttr> TNEFMessage::readTNEFAttr(size_t& location, TNEFError*
     // Reading stops at the first record that cannot be read; the input is then read in part.
     if (level != 1 && level != 2) {
         logf("Invalid TNEF level type: {}", static_cast<char>(level));
-        report()->warn(fmt::format("reading stopped at a record of unknown level 0x{:02X}; the "
-                                   "last {} bytes were not read",
-                                   level, data_.size() - location),
+        const size_t left = data_.size() - location;
+        report()->warn(fmt::format("reading stopped at a record of unknown level 0x{:02X}; {} not "
+                                   "read",
+                                   level,
+                                   left == 1 ? std::string("the last byte was")
+                                             : fmt::format("the last {} bytes were", left)),
                        location);
         return nullptr;
     }

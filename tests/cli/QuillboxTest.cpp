@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <set>
 #include <sstream>
 
@@ -432,6 +433,23 @@ TEST_F(Quillbox, ReadErrorsNameTheReasonAndTheOffset) {
                                  std::to_string(at) + ")\n"));
     r = run("info --json " + msg);
     EXPECT_EQ(Dictionary::parse(r.out)["error"]["offset"], at);
+}
+
+TEST_F(Quillbox, ProgressLineIsClearedAroundLogLinesAndWarnings) {
+    // On a terminal, extract shows "[i/n] FILE"; a log line or warning printed while it is
+    // shown must start on a cleared line, not after the progress text.
+    std::string damaged = test::sampleWinmail() + "\n";
+    const std::string a = write("a.dat", damaged), b = write("b.dat", damaged);
+    const fs::path transcript = dir_ / "tty";
+    const std::string inner = std::string(QB_QUILLBOX_PATH) + " extract -o " +
+                              (dir_ / "out").string() + " " + a + " " + b + " >/dev/null";
+    const std::string cmd = "script -qec '" + inner + "' /dev/null >" + transcript.string();
+    if (std::system(cmd.c_str()) != 0 && slurp(transcript).empty())
+        GTEST_SKIP() << "no script(1) to run under a terminal";
+    const std::string tty = slurp(transcript);
+    EXPECT_THAT(tty, HasSubstr("[2/2] " + b));
+    EXPECT_THAT(tty, HasSubstr("warning: reading stopped"));
+    EXPECT_FALSE(std::regex_search(tty, std::regex("\\[[0-9]/2\\] [^\\r\\n]*quillbox:"))) << tty;
 }
 
 }  // namespace

@@ -1,0 +1,57 @@
+// One process-wide progress line: the commands run one input at a time on one thread.
+#include "cli/StatusLine.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace qb::cli {
+
+namespace {
+
+bool gEnabled = false;
+std::string gLine;
+
+void clear() {
+    if (gEnabled && !gLine.empty()) std::fputs("\r\033[K", stderr);
+}
+
+void redraw() {
+    if (gEnabled && !gLine.empty()) {
+        std::fputs(gLine.c_str(), stderr);
+        std::fflush(stderr);
+    }
+}
+
+}  // namespace
+
+void enableStatusLine(bool enabled) {
+    gEnabled = enabled && ::isatty(STDERR_FILENO);
+}
+
+void showStatusLine(const std::string& line) {
+    clear();
+    gLine = line;
+    redraw();
+}
+
+void finishStatusLine() {
+    clear();
+    gLine.clear();
+}
+
+void printErrorLine(const std::string& text) {
+    clear();
+    std::fprintf(stderr, "%s\n", text.c_str());
+    redraw();
+}
+
+void printOutputLine(const std::string& text) {
+    static const bool sharesTerminal = ::isatty(STDOUT_FILENO);
+    if (sharesTerminal) clear();
+    std::printf("%s\n", text.c_str());
+    std::fflush(stdout);
+    if (sharesTerminal) redraw();
+}
+
+}  // namespace qb::cli
