@@ -3,6 +3,7 @@
 #include "api/ExportToFolder.h"
 
 #include <cxxabi.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -150,6 +151,19 @@ Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage
     // Last, so that a run cut short leaves no description of files that are not there.
     save(kMetadataName, Bytes::fromString(jsonText(exporter->metadataPlist())), "metadata", true);
     save(kManifestName, Bytes::fromString(jsonText(manifest)), "manifest", true);
+    return result;
+}
+
+Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage>& message,
+                                      const std::string& parentPath, const std::string& folderName,
+                                      const FolderExportOptions& options) {
+    const int fd = makeDirectories(parentPath) ? openFolder(parentPath) : -1;
+    if (fd < 0)
+        return ReadError{"POSIX", errno,
+                         parentPath + ": cannot create the folder: " + std::strerror(errno),
+                         std::nullopt};
+    auto result = exportToFolder(message, fd, parentPath, folderName, options);
+    ::close(fd);
     return result;
 }
 

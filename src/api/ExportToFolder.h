@@ -61,4 +61,9 @@ struct FolderExport {
     const std::string& parentPath, const std::string& folderName,
     const FolderExportOptions& options = {});
 
+// The same, with the parent folder given by its path (made when missing).
+[[nodiscard]] Expected<FolderExport> exportToFolder(
+    const std::shared_ptr<const OutlookMessage>& message, const std::string& parentPath,
+    const std::string& folderName, const FolderExportOptions& options = {});
+
 }  // namespace qb

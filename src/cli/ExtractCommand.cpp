@@ -74,6 +74,7 @@ int extractMessage(const OpenedInput& in, int parentFd, const std::string& paren
 int runExtract(const std::vector<std::string>& files, const std::optional<std::string>& outDir,
                bool originalBodies) {
     const std::string parent = outDir.value_or(".");
+    // Opened once for every input, so that a path swapped for a link later changes nothing.
     const int parentFd = makeDirectories(parent) ? openFolder(parent) : -1;
     if (parentFd < 0) {
         std::fprintf(stderr, "quillbox: %s: cannot create the folder: %s\n", parent.c_str(),

@@ -75,10 +75,15 @@ TEST_F(Export, FolderHoldsEveryExportAndDescribesItLast) {
     EXPECT_THAT(manifest, HasSubstr("\"exporter\": \"AttachmentExporter\""));
     EXPECT_THAT(manifest, HasSubstr("\"sha256\": "));
 
-    // A second export of the same message gets a folder of its own.
+    // A second export of the same message gets a folder of its own; by path, the parent
+    // folders are made.
     auto again = exportToFolder(message_, fd_, dir_.string(), "winmail");
     ASSERT_TRUE(again);
     EXPECT_EQ(again->folder, (dir_ / "winmail (2)").string());
+    auto byPath = exportToFolder(message_, (dir_ / "a/b").string(), "winmail");
+    ASSERT_TRUE(byPath);
+    EXPECT_EQ(byPath->folder, (dir_ / "a/b/winmail").string());
+    EXPECT_TRUE(fs::exists(dir_ / "a/b/winmail/metadata.json"));
 }
 
 TEST_F(Export, CancelledExportWritesNothingMoreAndSaysWhat) {
