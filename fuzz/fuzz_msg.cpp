@@ -1,8 +1,10 @@
-// The compound-file reader and the .msg reader on top of it.
+// The compound-file reader and the .msg reader on top of it; what the reader makes of the
+// input is copied and written again.
 #include <set>
 
 #include "FuzzTouch.h"
 #include "OXMSG/OXMessage.h"
+#include "OXMSG/cfb/CompoundFileCopy.h"
 #include "platform/Log.h"
 
 namespace {
@@ -23,6 +25,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (auto root = qb::CFBEntry::create(bytes)) {
         std::set<const POLE::DirEntry*> seen;
         walk(*root, seen);
+        // Copied and written again, it must open, with every entry the copy kept.
+        if (auto copy = qb::copyOfStorage(*root))
+            if (auto written = qb::writeCompoundFile(*copy)) {
+                auto again = qb::CFBEntry::create(*written);
+                if (!again || again->entries().size() != copy->children.size()) __builtin_trap();
+            }
     }
     for (bool ignoreChecksum : {true, false})
         if (auto m = qb::OXMessage::create(bytes, ignoreChecksum)) qb::fuzz::touchMessage(*m);
