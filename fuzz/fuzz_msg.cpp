@@ -1,30 +1,16 @@
 // The compound-file reader and the .msg reader on top of it; what the reader makes of the
 // input is copied and written again.
-#include <set>
-
-#include "FuzzTouch.h"
 #include "OXMSG/OXMessage.h"
 #include "OXMSG/cfb/CompoundFileCopy.h"
 #include "platform/Log.h"
-
-namespace {
-
-void walk(const qb::CFBEntry& e, std::set<const POLE::DirEntry*>& seen) {
-    if (!seen.insert(e.dirEntry()).second) return;
-    (void)e.data();
-    for (const auto& c : e.entries())
-        walk(*c, seen);
-}
-
-}  // namespace
+#include "support/MessageWalker.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static bool quiet = (qb::setLogSink({}), true);
     (void)quiet;
     const qb::Bytes bytes = qb::Bytes::copy(data, size);
     if (auto root = qb::CFBEntry::create(bytes)) {
-        std::set<const POLE::DirEntry*> seen;
-        walk(*root, seen);
+        qb::test::touchStorage(*root);
         // Copied and written again, it must open, with every entry the copy kept.
         if (auto copy = qb::copyOfStorage(*root))
             if (auto written = qb::writeCompoundFile(*copy)) {
@@ -33,6 +19,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             }
     }
     for (bool ignoreChecksum : {true, false})
-        if (auto m = qb::OXMessage::create(bytes, ignoreChecksum)) qb::fuzz::touchMessage(*m);
+        if (auto m = qb::OXMessage::create(bytes, ignoreChecksum)) qb::test::touchMessage(*m);
     return 0;
 }

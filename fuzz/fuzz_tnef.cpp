@@ -1,6 +1,6 @@
 // The TNEF reader: records, property lists, fields, attachments, embedded messages.
-#include "FuzzTouch.h"
 #include "platform/Log.h"
+#include "support/MessageWalker.h"
 #include "tnef/TNEFMessage.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -10,7 +10,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         qb::TNEFError error;
         auto m =
             qb::TNEFMessage::create(qb::Bytes::copy(data, size), nullptr, ignoreChecksum, &error);
-        if (m) qb::fuzz::touchMessage(*m);
+        if (m) qb::test::touchMessage(*m);
     }
     return 0;
 }
