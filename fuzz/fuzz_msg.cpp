@@ -1,30 +1,13 @@
-// The compound-file reader and the .msg reader on top of it.
-#include <set>
-
-#include "FuzzTouch.h"
-#include "OXMSG/OXMessage.h"
+// The compound-file reader and the .msg reader on top of it; what the reader makes of the
+// input is copied and written again.
+// The body lives in tests/support/FuzzTargets.cpp, where the test that replays findings runs it
+// too.
 #include "platform/Log.h"
-
-namespace {
-
-void walk(const qb::CFBEntry& e, std::set<const POLE::DirEntry*>& seen) {
-    if (!seen.insert(e.dirEntry()).second) return;
-    (void)e.data();
-    for (const auto& c : e.entries())
-        walk(*c, seen);
-}
-
-}  // namespace
+#include "support/FuzzTargets.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static bool quiet = (qb::setLogSink({}), true);
     (void)quiet;
-    const qb::Bytes bytes = qb::Bytes::copy(data, size);
-    if (auto root = qb::CFBEntry::create(bytes)) {
-        std::set<const POLE::DirEntry*> seen;
-        walk(*root, seen);
-    }
-    for (bool ignoreChecksum : {true, false})
-        if (auto m = qb::OXMessage::create(bytes, ignoreChecksum)) qb::fuzz::touchMessage(*m);
+    if (!qb::fuzz::fuzzMsg(qb::Bytes::copy(data, size))) __builtin_trap();
     return 0;
 }

@@ -1,16 +1,13 @@
 // The small record readers that read fields out of property values and OLE streams: the
 // one-off entry id and the packaged file of an Ole10Native stream, in 8-bit and Unicode forms.
-#include "formats/Ole10Native.h"
-#include "model/OneOffEntryID.h"
+// The body lives in tests/support/FuzzTargets.cpp, where the test that replays findings runs it
+// too.
 #include "platform/Log.h"
+#include "support/FuzzTargets.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static bool quiet = (qb::setLogSink({}), true);
     (void)quiet;
-    const qb::Bytes bytes = qb::Bytes::copy(data, size);
-    for (qb::StringEncoding e : {qb::kWindowsCP1252Encoding, qb::kUTF8Encoding}) {
-        (void)qb::smtpAddressOfEntryID(bytes, e);
-        if (auto package = qb::readOle10Native(bytes, e)) (void)qb::packageFilename(*package);
-    }
+    if (!qb::fuzz::fuzzRecords(qb::Bytes::copy(data, size))) __builtin_trap();
     return 0;
 }

@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
 # Builds the libFuzzer targets with clang and runs each for SECONDS (default 60), seeded with
-# the shared corpus (copied at run time, never committed) and the bundled samples.
+# the shared corpus (copied at run time, never committed), the bundled samples and the kept
+# findings in tests/data/fuzz-regressions/<target>/.
 #   scripts/fuzz.sh [SECONDS] [TARGET...]
 # With FUZZ_RUNS=N instead, each target runs N inputs with a fixed seed (repeatable). Every
 # target runs with -rss_limit_mb=512 -malloc_limit_mb=256, so an input that makes the readers
-# allocate far more than it holds is a finding.
+# allocate far more than it holds is a finding. A new finding (crash-*, oom-*, timeout-*,
+# leak-*) is minimised where libFuzzer can and added to tests/data/fuzz-regressions/<target>/,
+# which the test suite replays; the script then exits 1.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-60}
@@ -50,14 +53,35 @@ for t in "${targets[@]}"; do
     limit=(-max_total_time="$seconds")
   fi
   echo "== $t"
-  ASAN_OPTIONS=detect_leaks=1 build-fuzz/fuzz/$t "${limit[@]}" -max_len=200000 -timeout=10 \
-    -rss_limit_mb=512 -malloc_limit_mb=256 -artifact_prefix="$work/$t-" "$work/$t-corpus" "$seeds" 2>&1 \
+  kept=tests/data/fuzz-regressions/$t
+  seedDirs=("$seeds")
+  [[ -d $kept ]] && seedDirs+=("$kept")
+  flags=(-max_len=200000 -timeout=10 -rss_limit_mb=512 -malloc_limit_mb=256)
+  ASAN_OPTIONS=detect_leaks=1 build-fuzz/fuzz/$t "${limit[@]}" "${flags[@]}" \
+    -artifact_prefix="$work/$t-" "$work/$t-corpus" "${seedDirs[@]}" 2>&1 \
     | grep -E '^#[0-9]+ *(DONE|INITED)|ERROR|SUMMARY|Done [0-9]+ runs' || true
-  findings=$(find "$work" -maxdepth 1 -name "$t-crash-*" -o -name "$t-leak-*" \
-             -o -name "$t-timeout-*" -o -name "$t-oom-*")
-  if [[ -n "$findings" ]]; then
-    mkdir -p fuzz-findings && cp $findings fuzz-findings/
-    echo "$t: findings copied to fuzz-findings/" >&2
-    exit 1
-  fi
+  while IFS= read -r finding; do
+    [[ -n $finding ]] || continue
+    kind=$(basename "$finding"); kind=${kind#"$t-"}; kind=${kind%%-*}
+    # The smallest input that still fails the same way, when libFuzzer can find one.
+    small="$work/minimised"
+    rm -f "$small"
+    ASAN_OPTIONS=detect_leaks=1 build-fuzz/fuzz/$t "${flags[@]}" -minimize_crash=1 -runs=20000 \
+      -exact_artifact_path="$small" "$finding" >/dev/null 2>&1 || true
+    [[ -s $small ]] || cp "$finding" "$small"
+    mkdir -p "$kept"
+    name="$kind-$(sha1sum "$small" | cut -c1-40)"
+    if [[ -e $kept/$name ]]; then
+      echo "$t: $kind already kept as $kept/$name" >&2
+    else
+      cp "$small" "$kept/$name"
+      echo "$t: added $kept/$name ($(stat -c %s "$finding") bytes, minimised to $(stat -c %s "$small"))" >&2
+    fi
+    found=1
+  done < <(find "$work" -maxdepth 1 \( -name "$t-crash-*" -o -name "$t-leak-*" \
+             -o -name "$t-timeout-*" -o -name "$t-oom-*" \) | sort)
 done
+if [[ -n ${found:-} ]]; then
+  echo "findings were added to tests/data/fuzz-regressions/: fix them, then commit them with the fix" >&2
+  exit 1
+fi

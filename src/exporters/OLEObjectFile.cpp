@@ -1,6 +1,7 @@
 #include "exporters/OLEObjectFile.h"
 
 #include "OXMSG/cfb/CFBEntry.h"
+#include "OXMSG/cfb/CompoundFileCopy.h"
 #include "formats/Ole10Native.h"
 #include "model/MAPIArray.h"
 #include "model/PropertyTags.h"
@@ -26,9 +27,11 @@ std::optional<OLEObjectFile> fileOfOLEObject(const TNEFAttachment& attachment) {
     if (auto package = entry.entry("Package"); package && package->isDocumentEntry())
         if (auto bytes = package->data()) return OLEObjectFile{*bytes, {}};
     // A storage that is a compound file of its own can be written as it is; one inside a
-    // .msg would have to be written out anew.
+    // .msg is written out anew, its CLSID the new file's.
     if (entry.path() == "/" || entry.path().empty())
         return OLEObjectFile{entry.storage().io().bytes(), {}};
+    if (auto tree = copyOfStorage(entry))
+        if (auto file = writeCompoundFile(*tree)) return OLEObjectFile{*file, {}};
     return std::nullopt;
 }
 

@@ -15,8 +15,9 @@ struct OLEObjectFile {
 };
 
 // In this order: the file packed in its "\x01Ole10Native" stream (named after its original
-// path), its "Package" stream, or the whole storage as a compound file when it is one on its
-// own (as TNEF carries them). Nothing when PR_ATTACH_DATA_OBJ is no storage.
+// path), its "Package" stream, or the whole storage as a compound file: as it is when it is one
+// on its own (as TNEF carries them), copied into a new one when it lies inside a .msg. Nothing
+// when PR_ATTACH_DATA_OBJ is no storage, or a storage that cannot be copied.
 std::optional<OLEObjectFile> fileOfOLEObject(const TNEFAttachment& attachment);
 
 }  // namespace qb

@@ -7,6 +7,7 @@
 
 #include "model/MAPIArray.h"
 #include "support/LogCapture.h"
+#include "support/MessageWalker.h"
 #include "support/SampleMessages.h"
 #include "support/TNEFWriter.h"
 #include "tnef/TNEFAttachment.h"
@@ -19,45 +20,7 @@ using test::ByteWriter;
 using test::PropsWriter;
 using test::TNEFWriter;
 
-void touchValues(const MAPIPropList* props, int depth);
-
-// Asks a message for everything it can give, nested messages included.
-void touchMessage(const OutlookMessage& m, int depth = 0) {
-    if (depth > 3) return;
-    (void)m.subject();
-    (void)m.messageClass();
-    (void)m.tnefCorrelator();
-    (void)m.sender();
-    for (const auto& a : m.attributes()) {
-        (void)a->description();
-        if (auto props = std::get_if<MAPIPropList>(&a->value())) touchValues(props, depth);
-        if (auto rows = std::get_if<RecipientRows>(&a->value()))
-            for (const auto& row : *rows)
-                touchValues(&row, depth);
-    }
-    touchValues(m.mapiprops(), depth);
-    for (const auto& att : m.attachments()) {
-        (void)att->filename();
-        (void)att->rawData();
-        touchValues(att->mapiprops(), depth);
-        if (auto nested = att->nestedMessage()) touchMessage(*nested, depth + 1);
-    }
-}
-
-void touchValues(const MAPIPropList* props, int depth) {
-    if (!props) return;
-    for (const auto& p : *props) {
-        (void)p->description();
-        for (const auto& v : p->values())
-            (void)v->value();
-        if (auto v = p->value()) {
-            const MAPIData& data = v->value();
-            if (auto nested = std::get_if<std::shared_ptr<OutlookMessage>>(&data);
-                nested && *nested)
-                touchMessage(**nested, depth + 1);
-        }
-    }
-}
+using test::touchMessage;
 
 TEST(TNEFRobustness, EveryTruncationOfARichMessage) {
     test::LogCapture quiet;

@@ -1,18 +1,25 @@
 #pragma once
 
 // Asks a message for everything it can give, nested messages included, so that every lazy
-// decoder runs on fuzzed input.
+// decoder runs: the fuzz targets and the robustness tests walk what the readers make of
+// damaged input with it.
+#include <set>
+
+#include "OXMSG/cfb/CFBEntry.h"
 #include "model/MAPIArray.h"
 #include "model/OutlookMessage.h"
 #include "tnef/TNEFAttachment.h"
 #include "tnef/TNEFAttr.h"
 
-namespace qb::fuzz {
+namespace qb::test {
+
+// Nested messages below this depth are not walked.
+inline constexpr int kWalkDepth = 4;
 
 inline void touchProps(const MAPIPropList* props, int depth);
 
 inline void touchMessage(const OutlookMessage& m, int depth = 0) {
-    if (depth > 4) return;
+    if (depth > kWalkDepth) return;
     (void)m.subject();
     (void)m.messageClass();
     (void)m.tnefCorrelator();
@@ -49,4 +56,18 @@ inline void touchProps(const MAPIPropList* props, int depth) {
     }
 }
 
-}  // namespace qb::fuzz
+// Every entry of a compound file and every stream's bytes; an entry that damaged links lead
+// back to is walked once.
+inline void touchStorage(const CFBEntry& e, std::set<const POLE::DirEntry*>& seen) {
+    if (!seen.insert(e.dirEntry()).second) return;
+    (void)e.data();
+    for (const auto& c : e.entries())
+        touchStorage(*c, seen);
+}
+
+inline void touchStorage(const CFBEntry& root) {
+    std::set<const POLE::DirEntry*> seen;
+    touchStorage(root, seen);
+}
+
+}  // namespace qb::test
