@@ -103,7 +103,13 @@ MAPIPropList MAPIProp::propertiesOfMessage(const std::shared_ptr<const OutlookMe
             } else {
                 // A last value cut off by the end of the stream still counts, as it reads.
                 const size_t left = data.size() - std::min(pos, data.size());
+                const uint64_t claimed = valueCount;
                 valueCount = ByteReader::fitCount(valueCount, left + minSize - 1, minSize);
+                if (valueCount < claimed && report)
+                    report->warn(fmt::format("a property claims {} values where the data holds "
+                                             "at most {}",
+                                             claimed, valueCount),
+                                 pos);
                 if (!spend(valueCount)) break;
                 std::vector<std::shared_ptr<MAPIValue>> values;
                 values.reserve(size_t(valueCount));

@@ -157,5 +157,29 @@ TEST(OpenMessage, CompoundFileStreamOffsets) {
     }
 }
 
+TEST(OpenMessage, CompoundFileCutShortWarnsOnOpenAndOnTheStreamsItLost) {
+    test::MsgFile f;
+    f.root.string8(0x001A, "IPM.Note")
+        .string8(0x0037, "cut")
+        .binary(0x1009, std::string(20000, 'r'));
+    const std::string whole = f.write();
+    auto complete = openMessage(bytesOf(whole));
+    ASSERT_TRUE(complete);
+    EXPECT_FALSE(complete->message->report()->partial());
+
+    // Sectors are written in order, so the big stream's last sectors go first.
+    auto cut = openMessage(bytesOf(whole.substr(0, whole.size() - 4096)));
+    ASSERT_TRUE(cut);
+    auto root = CFBEntry::create(bytesOf(whole.substr(0, whole.size() - 4096)));
+    ASSERT_TRUE(root);
+    (void)root->entry("__substg1.0_10090102")->data();
+    const auto warnings = root->storage().io().report()->warnings();
+    ASSERT_EQ(warnings.size(), 2u);
+    EXPECT_THAT(warnings[0].text, HasSubstr("the file ends"));
+    EXPECT_EQ(warnings[0].offset, whole.size() - 4096);
+    EXPECT_THAT(warnings[1].text, HasSubstr("stream /__substg1.0_10090102 breaks off after"));
+    EXPECT_TRUE(cut->message->report()->partial());
+}
+
 }  // namespace
 }  // namespace qb

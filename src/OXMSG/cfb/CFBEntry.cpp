@@ -6,6 +6,25 @@
 
 namespace qb {
 
+namespace {
+
+// A file cut short loses its last sectors; a real file may only end inside its last one.
+void warnIfCutShort(const POLE::StorageIO& io) {
+    const auto& fat = io.bbat.data;
+    size_t last = fat.size();
+    while (last > 0 && fat[last - 1] == POLE::kAvail)
+        --last;
+    if (last == 0) return;
+    const uint64_t lastSectorStart = uint64_t(last) << io.header.b_shift;  // sector last - 1
+    const uint64_t size = io.bytes().size();
+    if (size > lastSectorStart) return;
+    io.report()->warn(fmt::format("the file ends {} bytes before its last sector in use",
+                                  lastSectorStart - size + 1),
+                      size);
+}
+
+}  // namespace
+
 std::shared_ptr<CFBEntry> CFBEntry::create(Bytes data, std::shared_ptr<ReadReport> report,
                                            ReadError* why) {
     auto storage = std::make_shared<POLE::Storage>(std::move(data), std::move(report));
@@ -26,6 +45,7 @@ std::shared_ptr<CFBEntry> CFBEntry::create(Bytes data, std::shared_ptr<ReadRepor
         return fail("the compound file's directory has no valid root entry",
                     (header.dirent_start + 1) << header.b_shift);
     }
+    warnIfCutShort(storage->io());
     return std::make_shared<CFBEntry>(std::move(storage), root, "/");
 }
 
@@ -92,6 +112,13 @@ std::optional<Bytes> CFBEntry::data() const {
                     fmt::format("stream {} not read: its sectors are shared with other streams "
                                 "and copying them all would cost more than the file allows",
                                 path_));
+            // A file cut short, or a sector chain that ends early, leaves the stream shorter
+            // than its directory entry says.
+            else if ((*data_)->size() < entry_->size)
+                storage_->io().report()->warn(
+                    fmt::format("stream {} breaks off after {} of its {} bytes", path_,
+                                (*data_)->size(), entry_->size),
+                    fileOffset());
         }
     }
     return *data_;
