@@ -11,6 +11,7 @@
 #include "model/PropertyTags.h"
 #include "model/Recipients.h"
 #include "platform/ByteReader.h"
+#include "platform/HexDigits.h"
 #include "platform/Log.h"
 
 namespace qb {
@@ -39,15 +40,32 @@ std::optional<uint32_t> hex4(std::string_view s) {
     if (s.size() != 4) return std::nullopt;
     uint32_t v = 0;
     for (char c : s) {
-        int d = c >= '0' && c <= '9'   ? c - '0'
-                : c >= 'A' && c <= 'F' ? c - 'A' + 10
-                : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                                       : -1;
+        const int d = hexDigitValue(c);
         if (d < 0) return std::nullopt;
         v = v << 4 | uint32_t(d);
     }
     return v;
 }
+
+// The header of a property stream: 8 reserved bytes for a recipient or an attachment, 24
+// for an embedded message, 32 for the top-level one (its last 8 reserved as well).
+constexpr Field kHeaderReserved1{0, 4};
+constexpr Field kHeaderReserved2{4, 4};
+constexpr Field kNextRecipientId{8, 4};
+constexpr Field kNextAttachmentId{12, 4};
+constexpr Field kRecipientCount{16, 4};
+constexpr Field kAttachmentCount{20, 4};
+constexpr Field kHeaderReserved3{24, 4};
+constexpr Field kHeaderReserved4{28, 4};
+
+// A property entry of the fixed-size property stream: 16 bytes after the header.
+constexpr size_t kEntrySize = 16;
+constexpr Field kEntryType{0, 2};
+constexpr Field kEntryId{2, 2};
+constexpr Field kEntryValue{8, 8};  // a fixed-size value, or what another stream holds
+// An entry of the named-property entry stream.
+constexpr size_t kNameEntrySize = 8;
+constexpr size_t kGUIDSize = 16;
 
 }  // namespace
 
@@ -127,23 +145,23 @@ std::optional<OXMessage::QBProperties> OXMessage::processProperties(const CFBEnt
         ++words;
     }
     const size_t n = words * 4;
-    auto word = [&](size_t offset) { return ByteReader::u32le(stream, offset).value_or(0); };
+    auto word = [&](Field f) { return uint32_t(ByteReader::uintLE(stream, f).value_or(0)); };
     size_t headerSize = 0;
     if (n == 0) {
         headerSize = 0;
     } else if (n < 8) {
         return fail("Unknown header format (headerSize < 8)");
-    } else if (word(0) != 0 || word(4) != 0) {
+    } else if (word(kHeaderReserved1) != 0 || word(kHeaderReserved2) != 0) {
         return fail("Unknown header format ");
     } else if (n == 8) {
         headerSize = 8;
     } else if (n < 24) {
         return fail("Unknown header format (headerSize < 24)");
     } else {
-        result.recipientCount = word(8);
-        result.attachmentCount = word(12);
-        if (!ignoreChecksum_ &&
-            (word(16) != result.recipientCount || word(20) != result.attachmentCount)) {
+        result.recipientCount = word(kNextRecipientId);
+        result.attachmentCount = word(kNextAttachmentId);
+        if (!ignoreChecksum_ && (word(kRecipientCount) != result.recipientCount ||
+                                 word(kAttachmentCount) != result.attachmentCount)) {
             return fail("header check failed");
         }
         if (n == 24) {
@@ -151,7 +169,8 @@ std::optional<OXMessage::QBProperties> OXMessage::processProperties(const CFBEnt
         } else if (n < 32) {
             return fail("Unknown header format (headerSize < 32)");
         } else if (n == 32) {
-            if (word(24) == 0 && word(28) == 0) result.isRootMessage = true;
+            if (word(kHeaderReserved3) == 0 && word(kHeaderReserved4) == 0)
+                result.isRootMessage = true;
             headerSize = 32;
         } else {
             return fail("Unknown header format (headerSize > 32)");
@@ -169,11 +188,12 @@ MAPIPropList OXMessage::processPropertyList(const Bytes& stream, size_t headerSi
     if (stream.size() <= headerSize) return props;
     auto me = self();
     for (size_t offset = headerSize; offset < stream.size();) {
-        auto rawType = ByteReader::u16le(stream, offset);
-        auto id = ByteReader::u16le(stream, offset + 2);
+        auto rawType = ByteReader::uintLE(stream, kEntryType, offset);
+        auto id = ByteReader::uintLE(stream, kEntryId, offset);
         if (!rawType || !id) break;
-        const uint32_t type = *rawType & ~MV_FLAG;
-        size_t valueSize = 0, advance = 16;
+        const uint32_t type = uint32_t(*rawType) & ~MV_FLAG;
+        // Entries the reader cannot place move on by half an entry only.
+        size_t valueSize = 0, advance = kEntrySize;
         switch (type) {
             case PT_UNSPECIFIED:
             case PT_OBJECT:
@@ -183,7 +203,7 @@ MAPIPropList OXMessage::processPropertyList(const Bytes& stream, size_t headerSi
             case PT_BINARY:
                 break;  // the value lives in its own stream
             case PT_NULL:
-                advance = 8;
+                advance = kEntrySize / 2;
                 break;
             case PT_SHORT:
             case PT_LONG:
@@ -201,13 +221,14 @@ MAPIPropList OXMessage::processPropertyList(const Bytes& stream, size_t headerSi
                 break;
             default:
                 logf("Unknown MAPI type: 0x{:X}", type);
-                advance = 8;
+                advance = kEntrySize / 2;
                 break;
         }
         if (valueSize) {
-            if (auto value = stream.sub(offset + 8, valueSize)) {
-                auto v = MAPIValue::create(*value, type, *id, me);
-                props.push_back(std::make_shared<MAPIProp>(std::vector{v}, type, *id, nullptr));
+            if (auto value = ByteReader::field(stream, {kEntryValue.offset, valueSize}, offset)) {
+                auto v = MAPIValue::create(*value, type, uint32_t(*id), me);
+                props.push_back(
+                    std::make_shared<MAPIProp>(std::vector{v}, type, uint32_t(*id), nullptr));
             }
         }
         offset += advance;
@@ -251,13 +272,16 @@ OXMessage::NameMap OXMessage::processNameIDs(const CFBEntry& root) const {
 
     const Bytes fixed = Bytes::copy(kFixedGUID, sizeof kFixedGUID);
     std::vector<Bytes> guids(3, fixed);  // indices 0 to 2 all name the same set
-    for (size_t off = 0; off + 16 <= guidStream.size(); off += 16)
-        guids.push_back(*guidStream.sub(off, 16));
+    ByteReader guidRecords(guidStream);
+    while (auto g = guidRecords.take(kGUIDSize))
+        guids.push_back(*g);
 
-    for (size_t off = 0; off + 8 <= entryStream.size(); off += 8) {
-        const uint32_t nameOrOffset = *ByteReader::u32le(entryStream, off);
-        const uint16_t indexAndKind = *ByteReader::u16le(entryStream, off + 4);
-        const uint16_t propertyIndex = *ByteReader::u16le(entryStream, off + 6);
+    ByteReader entries(entryStream);
+    while (auto entry = entries.take(kNameEntrySize)) {
+        ByteCursor in(*entry);
+        const uint32_t nameOrOffset = in.u32le();
+        const uint16_t indexAndKind = in.u16le();
+        const uint16_t propertyIndex = in.u16le();
         const uint32_t propID = 0x8000u + propertyIndex;
         const size_t guidIndex = indexAndKind >> 1;
         std::optional<Bytes> guid;
@@ -266,17 +290,19 @@ OXMessage::NameMap OXMessage::processNameIDs(const CFBEntry& root) const {
             names[propID] = std::make_shared<MAPIPropName>(guid, nameOrOffset, std::nullopt);
             continue;
         }
+        // A string name: at the offset in the string stream, its length in bytes, then
+        // UTF-16LE text.
         std::optional<std::string> name;
-        const uint64_t offset = nameOrOffset;
-        if (auto length =
-                ByteReader::u32le(stringStream, size_t(std::min<uint64_t>(offset, SIZE_MAX)));
-            length && offset + 4 <= stringStream.size() && *length <= stringStream.size() &&
-            offset + 4 + *length <= stringStream.size()) {
-            Bytes raw = *stringStream.sub(size_t(offset + 4), *length);
-            size_t n = raw.size();
-            while (n >= 2 && raw[n - 1] == 0 && raw[n - 2] == 0)
-                n -= 2;
-            name = utf16leToUTF8(raw.slice(0, n).span());
+        ByteReader strings(stringStream);
+        if (strings.skip(nameOrOffset)) {
+            if (auto length = strings.u32le()) {
+                if (auto raw = strings.take(*length)) {
+                    size_t n = raw->size();
+                    while (n >= 2 && (*raw)[n - 1] == 0 && (*raw)[n - 2] == 0)
+                        n -= 2;
+                    name = utf16leToUTF8(raw->slice(0, n).span());
+                }
+            }
         }
         names[propID] = std::make_shared<MAPIPropName>(guid, propID, name);
     }

@@ -9,7 +9,6 @@
 #include "model/CompressedRTF.h"
 #include "model/MAPIArray.h"
 #include "model/PropertyTags.h"
-#include "platform/ByteReader.h"
 #include "richtext/RTFEncapsulation.h"
 #include "richtext/RTFReader.h"
 
@@ -51,9 +50,8 @@ int rtfOf(const std::string& file, const std::optional<std::string>& output, RTF
         reportFailure(file, "the RTF body is damaged and could not be decompressed");
         return 1;
     }
-    if (auto stream = value.variableBytes(); stream && stream->size() >= 16) {
-        if (calculateCRC32(stream->data() + 16, stream->size() - 16) !=
-            *ByteReader::u32le(*stream, 12))
+    if (auto stream = value.variableBytes(); stream && stream->size() >= kCompressedRTFHeaderSize) {
+        if (!compressedRTFCRCMatches(*stream))
             reportFailure(file, "warning: the RTF body's checksum does not match its content");
     }
     auto body = bodyAs(form, in.message, *rtf);

@@ -10,13 +10,9 @@ namespace {
 
 // A NUL-terminated 8-bit string, the reader moved past its terminator.
 std::optional<std::string> cString(ByteReader& in, StringEncoding encoding) {
-    const Bytes rest = in.bytes().slice(in.position());
-    for (size_t i = 0; i < rest.size(); ++i) {
-        if (rest[i] != 0) continue;
-        in.skip(i + 1);
-        return decodeMessageText(rest.slice(0, i).span(), encoding);
-    }
-    return std::nullopt;
+    auto text = in.cString();
+    if (!text) return std::nullopt;
+    return decodeMessageText(text->span(), encoding);
 }
 
 // A counted 8-bit string (the count includes the terminator).
@@ -34,8 +30,8 @@ std::optional<std::string> countedString(ByteReader& in, StringEncoding encoding
 // A string of UTF-16 units counted in characters; nothing when it is not all there.
 std::optional<std::string> wideString(ByteReader& in) {
     auto count = in.u32le();
-    if (!count || *count > in.remaining() / 2) return std::nullopt;
-    auto bytes = in.take(size_t(*count) * 2);
+    if (!count) return std::nullopt;
+    auto bytes = in.takeArray(*count, 2);
     if (!bytes) return std::nullopt;
     size_t n = bytes->size();
     while (n >= 2 && (*bytes)[n - 1] == 0 && (*bytes)[n - 2] == 0)

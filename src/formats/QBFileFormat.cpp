@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstring>
 
 #include "formats/ContainerEntries.h"
+#include "platform/ByteReader.h"
 
 namespace qb {
 
@@ -24,9 +24,13 @@ std::string lower(std::string_view s) {
 }
 
 bool startsWith(const Bytes& data, std::string_view prefix, size_t offset = 0) {
-    return data.size() >= offset + prefix.size() &&
-           std::memcmp(data.data() + offset, prefix.data(), prefix.size()) == 0;
+    return offset <= data.size() && data.view().substr(offset).starts_with(prefix);
 }
+
+// The header of an icon or cursor file.
+constexpr Field kIconReserved{0, 2};
+constexpr Field kIconType{2, 2};  // 1 icon, 2 cursor
+constexpr Field kIconCount{4, 2};
 
 // Whether `needle` occurs in the first `limit` bytes.
 bool contains(const Bytes& data, std::string_view needle, size_t limit) {
@@ -173,10 +177,9 @@ const QBFileFormat* QBFileFormat::fileFormatOfData(const Bytes& d) {
     // "BM", then the file size, then two reserved words of zero.
     if (startsWith(d, "BM") && startsWith(d, std::string_view("\0\0\0\0", 4), 6))
         return id("com.microsoft.bmp");
-    if (d.size() >= 6 && startsWith(d, std::string_view("\0\0", 2)) && d[3] == 0 &&
-        (d[4] | d[5]) != 0) {
-        if (d[2] == 1) return id("com.microsoft.ico");
-        if (d[2] == 2) return id("com.microsoft.cur");
+    if (ByteReader::uintLE(d, kIconReserved) == 0u && ByteReader::uintLE(d, kIconCount) > 0u) {
+        if (ByteReader::uintLE(d, kIconType) == 1u) return id("com.microsoft.ico");
+        if (ByteReader::uintLE(d, kIconType) == 2u) return id("com.microsoft.cur");
     }
     if (startsWith(d, "\xD7\xCD\xC6\x9A") ||
         startsWith(d, std::string_view("\x01\x00\x09\x00\x00\x03", 6)) ||

@@ -1,7 +1,7 @@
 #include "model/CompressedRTF.h"
 
 #include <array>
-#include <cstring>
+#include <string_view>
 #include <vector>
 
 #include "platform/ByteReader.h"
@@ -11,12 +11,19 @@ namespace qb {
 
 namespace {
 
-constexpr char kInitialDictionary[] =
+constexpr std::string_view kInitialDictionary =
     "{\\rtf1\\ansi\\mac\\deff0\\deftab720{\\fonttbl;}{\\f0\\fnil \\froman \\fswiss \\fmodern "
     "\\fscript \\fdecor MS Sans SerifSymbolArialTimes New RomanCourier{\\colortbl\\red0"
     "\\green0\\blue0\r\n\\par \\pard\\plain\\f0\\fs20\\b\\i\\u\\tab\\tx";
-constexpr size_t kDictionarySize = sizeof(kInitialDictionary) - 1;
+constexpr size_t kDictionarySize = kInitialDictionary.size();
 static_assert(kDictionarySize == 207);
+
+// The stream header.
+constexpr size_t kHeaderSize = kCompressedRTFHeaderSize;
+constexpr Field kCompressedSize{0, 4};  // what follows this field
+constexpr Field kRawSize{4, 4};
+constexpr Field kCompressionType{8, 4};
+constexpr Field kCRC{12, 4};  // of the data after the header
 
 constexpr uint32_t kCompressed = 0x75465A4C;    // "LZFu"
 constexpr uint32_t kUncompressed = 0x414C454D;  // "MELA"
@@ -43,27 +50,29 @@ std::optional<Bytes> expand(const Bytes& in, uint32_t rawSize) {
         kDictionarySize + static_cast<size_t>(std::min<uint64_t>(rawSize, producible));
     std::vector<uint8_t> out;
     out.reserve(limit);
-    out.insert(out.end(), kInitialDictionary, kInitialDictionary + kDictionarySize);
+    out.insert(out.end(), kInitialDictionary.begin(), kInitialDictionary.end());
 
-    size_t i = 0;
+    ByteReader input(in);
     uint8_t control = 0;
     for (uint64_t t = 0; out.size() < limit; ++t) {
         if (t % 8 == 0) {
-            if (i >= in.size()) break;
-            control = in[i++];
+            auto next = input.u8();
+            if (!next) break;
+            control = *next;
         } else {
             control >>= 1;
         }
         if ((control & 1) == 0) {
-            if (i >= in.size()) break;
-            out.push_back(in[i++]);
+            auto literal = input.u8();
+            if (!literal) break;
+            out.push_back(*literal);
             continue;
         }
-        if (in.size() - i < 2) break;
-        const uint8_t b1 = in[i], b2 = in[i + 1];
-        i += 2;
-        const size_t offset = size_t(b1) * 16 + (b2 >> 4);
-        const size_t length = (b2 & 15) + 2;
+        // A reference: 12 bits of offset into the 4096-byte window, 4 bits of length - 2.
+        auto reference = input.u16be();
+        if (!reference) break;
+        const size_t offset = *reference >> 4;
+        const size_t length = (*reference & 15) + 2;
         const size_t p = out.size();
         int64_t source = int64_t(p & ~size_t(4095)) + int64_t(offset);
         if (source >= int64_t(p)) source -= 4096;
@@ -77,27 +86,31 @@ std::optional<Bytes> expand(const Bytes& in, uint32_t rawSize) {
 
 }  // namespace
 
-uint32_t calculateCRC32(const uint8_t* bytes, size_t length) {
+uint32_t calculateCRC32(std::span<const uint8_t> bytes) {
     uint32_t crc = 0;
-    for (size_t i = 0; i < length; ++i)
-        crc = kCRCTable[(crc ^ bytes[i]) & 0xFF] ^ (crc >> 8);
+    for (uint8_t b : bytes)
+        crc = kCRCTable[(crc ^ b) & 0xFF] ^ (crc >> 8);
     return crc;
 }
 
+bool compressedRTFCRCMatches(const Bytes& stream) {
+    auto crc = ByteReader::uintLE(stream, kCRC);
+    return crc && stream.size() >= kHeaderSize &&
+           calculateCRC32(stream.slice(kHeaderSize).span()) == *crc;
+}
+
 std::optional<Bytes> decompressRTF(const Bytes& stream, bool ignoreChecksum) {
-    if (stream.size() < 16) return std::nullopt;
-    const uint32_t compSize = *ByteReader::u32le(stream, 0);
-    const uint32_t rawSize = *ByteReader::u32le(stream, 4);
-    const uint32_t compType = *ByteReader::u32le(stream, 8);
-    const uint32_t crc = *ByteReader::u32le(stream, 12);
-    if (uint64_t(compSize) != uint64_t(stream.size()) - 4) return std::nullopt;
-    if (!ignoreChecksum && calculateCRC32(stream.data() + 16, stream.size() - 16) != crc)
-        return std::nullopt;
+    if (stream.size() < kHeaderSize) return std::nullopt;
+    const uint64_t compSize = *ByteReader::uintLE(stream, kCompressedSize);
+    const uint64_t rawSize = *ByteReader::uintLE(stream, kRawSize);
+    const uint64_t compType = *ByteReader::uintLE(stream, kCompressionType);
+    if (compSize != uint64_t(stream.size()) - kCompressedSize.end()) return std::nullopt;
+    if (!ignoreChecksum && !compressedRTFCRCMatches(stream)) return std::nullopt;
     switch (compType) {
         case kCompressed:
-            return expand(stream.slice(16), rawSize);
+            return expand(stream.slice(kHeaderSize), uint32_t(rawSize));
         case kUncompressed:
-            return stream.slice(16, rawSize);
+            return stream.slice(kHeaderSize, size_t(rawSize));
         default:
             logf("RTF unknown compression type (magic number {})", compType);
             return std::nullopt;

@@ -1,16 +1,23 @@
 #include "model/MAPIPropName.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "platform/ByteReader.h"
 
 namespace qb {
 
 std::string formatGUID(const Bytes& g) {
     if (g.size() != 16) return fmt::format("<{} bytes>", g.size());
-    return fmt::format(
-        "{{{:02X}{:02X}{:02X}{:02X}-{:02X}{:02X}-{:02X}{:02X}-{:02X}{:02X}-"
-        "{:02X}{:02X}{:02X}{:02X}{:02X}{:02X}}}",
-        g[3], g[2], g[1], g[0], g[5], g[4], g[7], g[6], g[8], g[9], g[10], g[11], g[12], g[13],
-        g[14], g[15]);
+    // The first three fields are numbers stored little-endian; the last eight bytes are bytes.
+    ByteCursor in(g);
+    const uint32_t data1 = in.u32le();
+    const uint16_t data2 = in.u16le();
+    const uint16_t data3 = in.u16le();
+    const Bytes data4 = in.take(8);
+    return fmt::format("{{{:08X}-{:04X}-{:04X}-{:02X}-{:02X}}}", data1, data2, data3,
+                       fmt::join(data4.slice(0, 2).span(), ""),
+                       fmt::join(data4.slice(2).span(), ""));
 }
 
 std::string MAPIPropName::description() const {

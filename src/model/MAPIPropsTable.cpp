@@ -1,5 +1,6 @@
 #include "model/MAPIProps.h"
 
+#include <array>
 #include <unordered_map>
 
 namespace qb {
@@ -12,7 +13,7 @@ struct Row {
 };
 
 // Rows in their fixed order. A tag of 0 marks a name with no known tag; it matches nothing.
-const Row kRows[] = {
+const auto kRows = std::to_array<Row>({
     {0x00010003, "PR_ACKNOWLEDGEMENT_MODE"},
     {0x0002000B, "PR_ALTERNATE_RECIPIENT_ALLOWED"},
     {0x00030102, "PR_AUTHORIZING_USERS"},
@@ -821,7 +822,7 @@ const Row kRows[] = {
     {0x3FF8001E, "PR_CREATOR_NAME"},
     {0x3FFD0003, "PR_MESSAGE_CODEPAGE"},
     {0x3FDE0003, "PR_INTERNET_CPID"},
-};
+});
 
 }  // namespace
 
@@ -840,7 +841,7 @@ std::optional<std::string_view> nameForPropertyTag(uint32_t tag) {
 }
 
 size_t propertyNameTableSize() {
-    return std::size(kRows);
+    return kRows.size();
 }
 std::string_view propertyNameAt(size_t i) {
     return kRows[i].name;

@@ -5,8 +5,8 @@
 #include <cxxabi.h>
 #include <algorithm>
 #include <bit>
-#include <cstring>
 #include <exception>
+#include <string_view>
 #include <typeinfo>
 
 #include "OXMSG/cfb/CFBEntry.h"
@@ -22,10 +22,11 @@ namespace qb {
 namespace {
 
 // Interface ids of embedded objects, as stored (first three fields little-endian).
-constexpr uint8_t kIIDMessage[16] = {0x07, 0x03, 0x02, 0x00, 0x00, 0x00, 0x00, 0x00,
-                                     0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46};
-constexpr uint8_t kIIDStorage[16] = {0x0B, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
-                                     0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46};
+constexpr size_t kIIDSize = 16;
+constexpr std::string_view kIIDMessage(
+    "\x07\x03\x02\x00\x00\x00\x00\x00\xC0\x00\x00\x00\x00\x00\x00\x46", kIIDSize);
+constexpr std::string_view kIIDStorage(
+    "\x0B\x00\x00\x00\x00\x00\x00\x00\xC0\x00\x00\x00\x00\x00\x00\x46", kIIDSize);
 
 bool isVariableType(uint32_t baseType) {
     return baseType == PT_OBJECT || baseType == PT_STRING8 || baseType == PT_UNICODE ||
@@ -188,11 +189,11 @@ MAPIData MAPIValue::decode() const {
         case PT_OBJECT: {
             auto b = variableBytes();
             if (!b) return {};
-            if (b->size() < 17) return *b;
-            if (std::memcmp(b->data(), kIIDMessage, 16) == 0) {
+            if (b->size() <= kIIDSize) return *b;
+            if (b->view().starts_with(kIIDMessage)) {
                 if (!message) return {};
                 try {
-                    auto nested = message->openEmbeddedMessage(b->slice(16));
+                    auto nested = message->openEmbeddedMessage(b->slice(kIIDSize));
                     if (!nested) return {};
                     return nested;
                 } catch (const std::exception& e) {
@@ -200,9 +201,9 @@ MAPIData MAPIValue::decode() const {
                     return *b;
                 }
             }
-            if (std::memcmp(b->data(), kIIDStorage, 16) == 0) {
+            if (b->view().starts_with(kIIDStorage)) {
                 if (auto storage =
-                        CFBEntry::create(b->slice(16), message ? message->report() : nullptr))
+                        CFBEntry::create(b->slice(kIIDSize), message ? message->report() : nullptr))
                     return storage;
                 return {};
             }

@@ -1,3 +1,4 @@
+// The bounds-checked reads of ByteReader: the one place that turns file bytes into numbers.
 #include "platform/ByteReader.h"
 
 namespace qb {
@@ -5,19 +6,19 @@ namespace qb {
 namespace {
 
 template <typename T>
-std::optional<T> readLE(const Bytes& b, size_t offset) {
-    if (offset > b.size() || sizeof(T) > b.size() - offset) return std::nullopt;
+std::optional<T> readLE(const Bytes& b, size_t offset, size_t size = sizeof(T)) {
+    if (offset > b.size() || size > b.size() - offset) return std::nullopt;
     T v = 0;
-    for (size_t i = 0; i < sizeof(T); ++i)
+    for (size_t i = 0; i < size; ++i)
         v |= static_cast<T>(T(b[offset + i]) << (8 * i));
     return v;
 }
 
 template <typename T>
-std::optional<T> readBE(const Bytes& b, size_t offset) {
-    if (offset > b.size() || sizeof(T) > b.size() - offset) return std::nullopt;
+std::optional<T> readBE(const Bytes& b, size_t offset, size_t size = sizeof(T)) {
+    if (offset > b.size() || size > b.size() - offset) return std::nullopt;
     T v = 0;
-    for (size_t i = 0; i < sizeof(T); ++i)
+    for (size_t i = 0; i < size; ++i)
         v = static_cast<T>((v << 8) | b[offset + i]);
     return v;
 }
@@ -26,6 +27,12 @@ template <typename T>
 std::optional<T> advance(std::optional<T> v, size_t& pos) {
     if (v) pos += sizeof(T);
     return v;
+}
+
+// Where a field of the structure at `base` starts, when that sum does not overflow.
+std::optional<size_t> fieldStart(Field f, size_t base) {
+    if (f.offset > SIZE_MAX - base) return std::nullopt;
+    return base + f.offset;
 }
 
 }  // namespace
@@ -62,6 +69,35 @@ std::optional<Bytes> ByteReader::take(size_t n) {
     return b;
 }
 
+std::optional<Bytes> ByteReader::takeArray(uint64_t count, size_t elementSize) {
+    // Divide instead of multiplying, so that no product can wrap.
+    if (elementSize != 0 && count > remaining() / elementSize) return std::nullopt;
+    return take(size_t(count) * elementSize);
+}
+
+std::optional<Bytes> ByteReader::cString(size_t maxLength) {
+    const std::string_view text = rest().view().substr(0, maxLength);
+    const size_t nul = text.find('\0');
+    if (nul == std::string_view::npos) return std::nullopt;
+    Bytes s = *bytes_.sub(pos_, nul);
+    pos_ += nul + 1;
+    return s;
+}
+
+std::optional<Bytes> ByteReader::wideString(size_t maxUnits) {
+    const size_t units = std::min(remaining() / 2, maxUnits);
+    for (size_t i = 0; i < units; ++i) {
+        if (bytes_[pos_ + 2 * i] != 0 || bytes_[pos_ + 2 * i + 1] != 0) continue;
+        Bytes s = *bytes_.sub(pos_, 2 * i);
+        pos_ += 2 * i + 2;
+        return s;
+    }
+    return std::nullopt;
+}
+
+std::optional<uint8_t> ByteReader::u8(const Bytes& b, size_t o) {
+    return readLE<uint8_t>(b, o);
+}
 std::optional<uint16_t> ByteReader::u16le(const Bytes& b, size_t o) {
     return readLE<uint16_t>(b, o);
 }
@@ -76,6 +112,24 @@ std::optional<uint16_t> ByteReader::u16be(const Bytes& b, size_t o) {
 }
 std::optional<uint32_t> ByteReader::u32be(const Bytes& b, size_t o) {
     return readBE<uint32_t>(b, o);
+}
+
+std::optional<uint64_t> ByteReader::uintLE(const Bytes& b, Field f, size_t base) {
+    auto start = fieldStart(f, base);
+    if (!start || f.size > sizeof(uint64_t)) return std::nullopt;
+    return readLE<uint64_t>(b, *start, f.size);
+}
+
+std::optional<uint64_t> ByteReader::uintBE(const Bytes& b, Field f, size_t base) {
+    auto start = fieldStart(f, base);
+    if (!start || f.size > sizeof(uint64_t)) return std::nullopt;
+    return readBE<uint64_t>(b, *start, f.size);
+}
+
+std::optional<Bytes> ByteReader::field(const Bytes& b, Field f, size_t base) {
+    auto start = fieldStart(f, base);
+    if (!start) return std::nullopt;
+    return b.sub(*start, f.size);
 }
 
 }  // namespace qb

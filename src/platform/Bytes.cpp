@@ -14,8 +14,7 @@ Bytes Bytes::copy(const void* data, size_t size) {
 Bytes Bytes::adoptString(std::string&& text) {
     auto owner = std::make_shared<const std::string>(std::move(text));
     Bytes b;
-    b.data_ = reinterpret_cast<const uint8_t*>(owner->data());
-    b.size_ = owner->size();
+    b.window_ = {reinterpret_cast<const uint8_t*>(owner->data()), owner->size()};
     b.owner_ = std::move(owner);
     return b;
 }
@@ -23,8 +22,7 @@ Bytes Bytes::adoptString(std::string&& text) {
 Bytes Bytes::adopt(std::vector<uint8_t>&& buffer) {
     auto owner = std::make_shared<const std::vector<uint8_t>>(std::move(buffer));
     Bytes b;
-    b.data_ = owner->data();
-    b.size_ = owner->size();
+    b.window_ = {owner->data(), owner->size()};
     b.owner_ = std::move(owner);
     return b;
 }
@@ -32,27 +30,25 @@ Bytes Bytes::adopt(std::vector<uint8_t>&& buffer) {
 Bytes Bytes::wrap(std::shared_ptr<const void> owner, const uint8_t* data, size_t size) {
     Bytes b;
     b.owner_ = std::move(owner);
-    b.data_ = data;
-    b.size_ = size;
+    b.window_ = {data, size};
     return b;
 }
 
 std::optional<Bytes> Bytes::sub(size_t offset, size_t length) const {
-    if (offset > size_ || length > size_ - offset) return std::nullopt;
+    if (offset > size() || length > size() - offset) return std::nullopt;
     Bytes b = *this;
-    b.data_ = data_ + offset;
-    b.size_ = length;
+    b.window_ = window_.subspan(offset, length);
     return b;
 }
 
 Bytes Bytes::slice(size_t offset, size_t length) const {
-    offset = std::min(offset, size_);
-    length = std::min(length, size_ - offset);
+    offset = std::min(offset, size());
+    length = std::min(length, size() - offset);
     return *sub(offset, length);
 }
 
 bool operator==(const Bytes& a, const Bytes& b) {
-    return a.size_ == b.size_ && (a.size_ == 0 || std::memcmp(a.data_, b.data_, a.size_) == 0);
+    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size()) == 0);
 }
 
 }  // namespace qb

@@ -25,15 +25,17 @@ class Bytes {
     // Wraps memory that `owner` keeps alive (a mapping, a foreign buffer).
     static Bytes wrap(std::shared_ptr<const void> owner, const uint8_t* data, size_t size);
 
-    const uint8_t* data() const { return data_; }
-    size_t size() const { return size_; }
-    bool empty() const { return size_ == 0; }
-    uint8_t operator[](size_t i) const { return data_[i]; }
-    const uint8_t* begin() const { return data_; }
-    const uint8_t* end() const { return data_ + size_; }
+    const uint8_t* data() const { return window_.data(); }
+    size_t size() const { return window_.size(); }
+    bool empty() const { return window_.empty(); }
+    uint8_t operator[](size_t i) const { return window_[i]; }
+    auto begin() const { return window_.begin(); }
+    auto end() const { return window_.end(); }
 
-    std::span<const uint8_t> span() const { return {data_, size_}; }
-    std::string_view view() const { return {reinterpret_cast<const char*>(data_), size_}; }
+    std::span<const uint8_t> span() const { return window_; }
+    std::string_view view() const {
+        return {reinterpret_cast<const char*>(window_.data()), window_.size()};
+    }
     std::string str() const { return std::string(view()); }
 
     // The window [offset, offset + length), or nothing when it does not lie inside.
@@ -48,8 +50,9 @@ class Bytes {
 
   private:
     std::shared_ptr<const void> owner_;
-    const uint8_t* data_ = nullptr;
-    size_t size_ = 0;
+    // A span, not a pointer and a length: indexing and iterating a window need no pointer
+    // arithmetic of their own (scripts/unsafe-buffers.sh checks the readers for that).
+    std::span<const uint8_t> window_;
 };
 
 }  // namespace qb

@@ -1,7 +1,7 @@
 #include "tnef/TNEFAttachment.h"
 
 #include <algorithm>
-#include <cstring>
+#include <string_view>
 
 #include "OXMSG/cfb/CFBEntry.h"
 #include "model/MAPIArray.h"
@@ -15,7 +15,7 @@ namespace {
 
 constexpr uint32_t PR_ATTACH_ENCODING = 0x37020102;
 constexpr int64_t kRenderingOLE = 3;
-constexpr uint8_t kMacBinaryOID[9] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x14, 0x03, 0x0B, 0x01};
+constexpr std::string_view kMacBinaryOID("\x2A\x86\x48\x86\xF7\x14\x03\x0B\x01", 9);
 
 bool nonEmpty(const std::optional<std::string>& s) {
     return s && !s->empty();
@@ -130,9 +130,7 @@ std::optional<Bytes> TNEFAttachment::rawData() const {
 
 std::optional<Bytes> TNEFAttachment::decodeMacBinary(const Bytes& content) const {
     auto encoding = bytesForProperty(mapiprops(), PR_ATTACH_ENCODING);
-    if (!encoding || encoding->size() < sizeof kMacBinaryOID ||
-        std::memcmp(encoding->data(), kMacBinaryOID, sizeof kMacBinaryOID) != 0 ||
-        content.size() < 129)
+    if (!encoding || !encoding->view().starts_with(kMacBinaryOID) || content.size() < 129)
         return std::nullopt;
     return CopyDataForkFromMacBinary(content);
 }

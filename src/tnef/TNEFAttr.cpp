@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <array>
+
 #include "platform/ByteReader.h"
 #include "platform/StringEncoding.h"
 #include "tnef/TNEFMessage.h"
@@ -77,12 +79,13 @@ void TNEFAttr::decode(const std::shared_ptr<const TNEFMessage>& message) {
         }
         case attAttachRenddata:
             if (length_ >= 14 && record) {
+                ByteCursor in(*record);
                 TNEFAttachmentRendData r;
-                r.type = *ByteReader::u16le(*record, 0);
-                r.position = *ByteReader::u32le(*record, 2);
-                r.width = *ByteReader::u16le(*record, 6);
-                r.height = *ByteReader::u16le(*record, 8);
-                r.flags = *ByteReader::u32le(*record, 10);
+                r.type = in.u16le();
+                r.position = in.u32le();
+                r.width = in.u16le();
+                r.height = in.u16le();
+                r.flags = in.u32le();
                 value_ = r;
                 return;
             }
@@ -124,10 +127,14 @@ void TNEFAttr::decode(const std::shared_ptr<const TNEFMessage>& message) {
             return;
         case atpDate: {
             if (length_ < 14) return;
-            int64_t f[6];
-            for (int i = 0; i < 6; ++i)
-                f[i] = *ByteReader::u16le(*record, size_t(i) * 2);
-            value_ = dateFromComponents(f[0], f[1], f[2], f[3], f[4], f[5]);
+            ByteCursor in(*record);
+            const int64_t year = in.u16le();
+            const int64_t month = in.u16le();
+            const int64_t day = in.u16le();
+            const int64_t hour = in.u16le();
+            const int64_t minute = in.u16le();
+            const int64_t second = in.u16le();
+            value_ = dateFromComponents(year, month, day, hour, minute, second);
             return;
         }
         case atpShort:
@@ -146,10 +153,10 @@ void TNEFAttr::decode(const std::shared_ptr<const TNEFMessage>& message) {
 }
 
 const char* tnefAttrTypeName(uint32_t type) {
-    static const char* const names[] = {"atpTriples", "atpString", "atpText", "atpDate",
-                                        "atpShort",   "atpLong",   "atpByte", "atpWord",
-                                        "atpDword",   "atpMax"};
-    return type < std::size(names) ? names[type] : "unknow";
+    static constexpr std::array<const char*, 10> names = {
+        "atpTriples", "atpString", "atpText", "atpDate",  "atpShort",
+        "atpLong",    "atpByte",   "atpWord", "atpDword", "atpMax"};
+    return type < names.size() ? names[type] : "unknow";
 }
 
 std::string tnefAttrName(uint32_t id, uint32_t type) {

@@ -2,10 +2,10 @@
 
 namespace qb {
 
-uint16_t calculateChecksum(const uint8_t* bytes, size_t count) {
+uint16_t calculateChecksum(std::span<const uint8_t> bytes) {
     uint32_t sum = 0;
-    for (size_t i = 0; i < count; ++i)
-        sum += bytes[i];
+    for (uint8_t b : bytes)
+        sum += b;
     return static_cast<uint16_t>(sum);
 }
 

@@ -15,24 +15,41 @@ namespace qb {
 namespace {
 
 constexpr uint32_t kSignature = 0x223E9F78;
+// The stream starts with the signature and a 16-bit key; the records follow.
+constexpr size_t kStreamHeaderSize = 6;
+
+// A record: level, tag (id in the low half, type in the high), data length, the data, then
+// a 16-bit checksum of the data.
+constexpr size_t kRecordHeaderSize = 9;
+
+// What findEmbeddedStream looks for: the stream header and a first record that is
+// attTnefVersion holding 0x00010000, as every writer puts it first.
+constexpr Field kProbeSignature{0, 4};
+constexpr Field kProbeLevel{6, 1};
+constexpr Field kProbeTag{7, 4};
+constexpr Field kProbeLength{11, 4};
+constexpr Field kProbeVersion{15, 4};
+constexpr uint32_t kVersionTag = uint32_t(atpDword) << 16 | attTnefVersion;
 constexpr size_t kEmbeddedProbeLength = 24;
 constexpr size_t kEmbeddedMinimumLength = 44;
 // What records are read in until the stream says otherwise.
 constexpr StringEncoding kUnlabelledEncoding = kWindowsCP1252Encoding;
 
-// Finds a TNEF stream inside other data: the signature followed by an attTnefVersion record
-// of value 0x00010000. Returns where its first record starts.
+// Finds a TNEF stream inside other data. Returns where its first record starts.
 std::optional<size_t> findEmbeddedStream(const Bytes& data) {
     if (data.size() < kEmbeddedProbeLength) return std::nullopt;
-    const uint8_t* p = data.data();
-    for (size_t i = 0; i <= data.size() - kEmbeddedProbeLength; ++i) {
-        if (p[i] != 0x78) continue;  // first byte of the signature: a cheap filter
-        if (*ByteReader::u32le(data, i) != kSignature || p[i + 6] != 1 ||
-            *ByteReader::u32le(data, i + 7) != 0x00089006 ||
-            *ByteReader::u32le(data, i + 11) != 4 || *ByteReader::u32le(data, i + 15) != 0x00010000)
+    const std::string_view text = data.view();
+    const size_t last = data.size() - kEmbeddedProbeLength;
+    // The first byte of the signature is a cheap filter.
+    for (size_t i = text.find('\x78'); i <= last; i = text.find('\x78', i + 1)) {
+        if (ByteReader::uintLE(data, kProbeSignature, i) != kSignature ||
+            ByteReader::uintLE(data, kProbeLevel, i) != 1u ||
+            ByteReader::uintLE(data, kProbeTag, i) != kVersionTag ||
+            ByteReader::uintLE(data, kProbeLength, i) != 4u ||
+            ByteReader::uintLE(data, kProbeVersion, i) != 0x00010000u)
             continue;
         if (data.size() <= i + kEmbeddedMinimumLength) return std::nullopt;
-        return i + 6;
+        return i + kStreamHeaderSize;
     }
     return std::nullopt;
 }
@@ -80,7 +97,7 @@ bool TNEFMessage::read(TNEFError* error) {
     }
     size_t location;
     if (ByteReader::u32le(data_, 0) == kSignature) {
-        location = 6;
+        location = kStreamHeaderSize;
     } else if (auto start = findEmbeddedStream(data_)) {
         location = *start;
     } else {
@@ -138,7 +155,8 @@ bool TNEFMessage::read(TNEFError* error) {
 
 std::shared_ptr<TNEFAttr> TNEFMessage::readTNEFAttr(size_t& location, TNEFError* error) {
     if (location >= data_.size()) return nullptr;
-    const uint8_t level = data_[location];
+    ByteCursor record(data_, location);
+    const uint8_t level = record.u8();
     // Reading stops at the first record that cannot be read; the input is then read in part.
     if (level != 1 && level != 2) {
         logf("Invalid TNEF level type: {}", static_cast<char>(level));
@@ -151,28 +169,30 @@ std::shared_ptr<TNEFAttr> TNEFMessage::readTNEFAttr(size_t& location, TNEFError*
                        location);
         return nullptr;
     }
-    auto tag = ByteReader::u32le(data_, location + 1);
-    auto length = ByteReader::u32le(data_, location + 5);
-    if (!tag || !length || uint64_t(location) + 9 + *length > data_.size()) {
+    const uint32_t tag = record.u32le();
+    const uint32_t length = record.u32le();
+    if (!record.ok() || length > record.remaining()) {
         if (error) *error = makeTNEFError(kTNEFErrorTruncated);
         report()->warn("reading stopped at a record that runs past the end of the data", location);
         return nullptr;
     }
     const size_t recordStart = location;
-    const size_t dataStart = location + 9;
-    const auto stored = ByteReader::u16le(data_, dataStart + *length);
-    location = dataStart + *length + 2;
-    if (!stored) report()->warn("the data ends inside a record's checksum", recordStart);
+    const size_t dataStart = location + kRecordHeaderSize;
+    const Bytes body = record.take(length);
+    const uint16_t stored = record.u16le();
+    const bool checksumRead = record.ok();
+    location = dataStart + length + 2;
+    if (!checksumRead) report()->warn("the data ends inside a record's checksum", recordStart);
     if (!ignoreChecksum_) {
         // A checksum cut off by the end of the data counts as a mismatch.
-        if (!stored || *stored != calculateChecksum(data_.data() + dataStart, *length)) {
+        if (!checksumRead || stored != calculateChecksum(body.span())) {
             report()->warn("reading stopped at a record whose checksum does not match",
                            recordStart);
             return nullptr;
         }
     }
-    return std::make_shared<TNEFAttr>(self(), data_, dataStart, level, *tag >> 16, *tag & 0xFFFF,
-                                      *length);
+    return std::make_shared<TNEFAttr>(self(), data_, dataStart, level, tag >> 16, tag & 0xFFFF,
+                                      length);
 }
 
 void TNEFMessage::processEncoding(const MAPIPropList* props) {

@@ -177,7 +177,7 @@ TEST(CompoundFile, StreamReadsAndByteReads) {
         EXPECT_EQ(viaGetch.size(), s.size()) << path;
         s.seek(10);
         std::string piece(50, '\0');
-        EXPECT_EQ(s.read(reinterpret_cast<uint8_t*>(piece.data()), 50), 50u);
+        EXPECT_EQ(s.read({reinterpret_cast<uint8_t*>(piece.data()), 50}), 50u);
         EXPECT_EQ(piece, viaGetch.substr(10, 50));
         EXPECT_EQ(s.tell(), 60u);
     }

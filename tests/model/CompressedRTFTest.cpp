@@ -15,7 +15,7 @@ using test::ByteWriter;
 // A stream with a correct header around `body`.
 Bytes stream(uint32_t rawSize, uint32_t type, std::string_view body, bool goodCRC = true) {
     const auto* p = reinterpret_cast<const uint8_t*>(body.data());
-    const uint32_t crc = goodCRC ? calculateCRC32(p, body.size()) : 0;
+    const uint32_t crc = goodCRC ? calculateCRC32({p, body.size()}) : 0;
     return ByteWriter()
         .u32(uint32_t(body.size() + 12))
         .u32(rawSize)
@@ -44,9 +44,11 @@ TEST(CompressedRTF, ExpandsTheDocumentedExamples) {
 }
 
 TEST(CompressedRTF, CRCIsTheFormatsOwn) {
-    EXPECT_EQ(calculateCRC32(nullptr, 0), 0u);
+    EXPECT_EQ(calculateCRC32({}), 0u);
     const Bytes hello = Bytes::fromString(test::helloWorldCompressedRTF());
-    EXPECT_EQ(calculateCRC32(hello.data() + 16, hello.size() - 16), *ByteReader::u32le(hello, 12));
+    EXPECT_EQ(calculateCRC32(hello.slice(16).span()), *ByteReader::u32le(hello, 12));
+    EXPECT_TRUE(compressedRTFCRCMatches(hello));
+    EXPECT_FALSE(compressedRTFCRCMatches(hello.slice(0, 15)));
 }
 
 TEST(CompressedRTF, ChecksumsAndHeaderGuardTheValue) {

@@ -67,7 +67,7 @@ std::string compressedRTF(std::string_view rtf) {
         .u32(static_cast<uint32_t>(body.size() + 12))
         .u32(static_cast<uint32_t>(rtf.size()))
         .u32(0x75465A4C)  // "LZFu"
-        .u32(calculateCRC32(p, body.size()))
+        .u32(calculateCRC32({p, body.size()}))
         .raw(body)
         .str();
 }

@@ -1,7 +1,6 @@
 #include "OXMSG/cfb/POLE.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "platform/ByteReader.h"
 
@@ -9,37 +8,70 @@ namespace POLE {
 
 namespace {
 
-constexpr uint8_t kSignature[8] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
+using qb::ByteReader;
+using qb::Field;
+
+constexpr std::array<uint8_t, 8> kSignature = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
 constexpr size_t kHeaderSize = 512;
 constexpr size_t kDirEntrySize = 128;
 
-uint64_t u16At(const uint8_t* p) {
-    return uint64_t(p[0]) | uint64_t(p[1]) << 8;
-}
-uint64_t u32At(const uint8_t* p) {
-    return uint64_t(p[0]) | uint64_t(p[1]) << 8 | uint64_t(p[2]) << 16 | uint64_t(p[3]) << 24;
+// The header, at the start of the file.
+namespace header {
+constexpr Field kSignature{0x00, 8};
+constexpr Field kSectorShift{0x1E, 2};
+constexpr Field kMiniSectorShift{0x20, 2};
+constexpr Field kFATSectorCount{0x2C, 4};
+constexpr Field kFirstDirectorySector{0x30, 4};
+constexpr Field kMiniStreamCutoff{0x38, 4};
+constexpr Field kFirstMiniFATSector{0x3C, 4};
+constexpr Field kMiniFATSectorCount{0x40, 4};
+constexpr Field kFirstDIFATSector{0x44, 4};
+constexpr Field kDIFATSectorCount{0x48, 4};
+constexpr Field kDIFAT{0x4C, 4 * 109};  // the first 109 FAT sectors
+static_assert(kDIFAT.end() == kHeaderSize);
+}  // namespace header
+
+// One directory entry.
+namespace entry {
+constexpr Field kName{0x00, 64};       // UTF-16LE
+constexpr Field kNameLength{0x40, 2};  // in bytes, the terminator included
+constexpr Field kType{0x42, 1};
+constexpr Field kLeftSibling{0x44, 4};
+constexpr Field kRightSibling{0x48, 4};
+constexpr Field kChild{0x4C, 4};
+constexpr Field kStartSector{0x74, 4};
+constexpr Field kSize{0x78, 4};  // the low 32 bits only
+static_assert(kSize.end() <= kDirEntrySize);
+}  // namespace entry
+
+// A little-endian field of `b`; zero where it is cut off.
+uint64_t numberAt(const qb::Bytes& b, Field f, size_t base = 0) {
+    return ByteReader::uintLE(b, f, base).value_or(0);
 }
 
 }  // namespace
 
-void Header::load(const uint8_t* b) {
-    std::memcpy(id.data(), b, 8);
-    b_shift = u16At(b + 0x1E);
-    s_shift = u16At(b + 0x20);
-    num_bat = u32At(b + 0x2C);
-    dirent_start = u32At(b + 0x30);
-    threshold = u32At(b + 0x38);
-    sbat_start = u32At(b + 0x3C);
-    num_sbat = u32At(b + 0x40);
-    mbat_start = u32At(b + 0x44);
-    num_mbat = u32At(b + 0x48);
-    for (size_t i = 0; i < bb_blocks.size(); ++i)
-        bb_blocks[i] = u32At(b + 0x4C + 4 * i);
+void Header::load(const qb::Bytes& b) {
+    id = {};
+    if (auto signature = ByteReader::field(b, header::kSignature))
+        std::copy(signature->begin(), signature->end(), id.begin());
+    b_shift = numberAt(b, header::kSectorShift);
+    s_shift = numberAt(b, header::kMiniSectorShift);
+    num_bat = numberAt(b, header::kFATSectorCount);
+    dirent_start = numberAt(b, header::kFirstDirectorySector);
+    threshold = numberAt(b, header::kMiniStreamCutoff);
+    sbat_start = numberAt(b, header::kFirstMiniFATSector);
+    num_sbat = numberAt(b, header::kMiniFATSectorCount);
+    mbat_start = numberAt(b, header::kFirstDIFATSector);
+    num_mbat = numberAt(b, header::kDIFATSectorCount);
+    ByteReader difat(ByteReader::field(b, header::kDIFAT).value_or(qb::Bytes()));
+    for (uint64_t& sector : bb_blocks)
+        sector = difat.u32le().value_or(0);
     dirty = false;
 }
 
 bool Header::hasSignature() const {
-    return std::memcmp(id.data(), kSignature, 8) == 0;
+    return id == kSignature;
 }
 
 bool Header::valid() const {
@@ -51,14 +83,15 @@ bool Header::valid() const {
     return threshold == 4096;
 }
 
-void AllocTable::load(const uint8_t* buffer, size_t length) {
+void AllocTable::load(const qb::Bytes& sectors) {
     data.clear();
-    append(buffer, length);
+    append(sectors);
 }
 
-void AllocTable::append(const uint8_t* buffer, size_t length) {
-    for (size_t i = 0; i + 4 <= length; i += 4)
-        data.push_back(u32At(buffer + i));
+void AllocTable::append(const qb::Bytes& sectors) {
+    ByteReader in(sectors);
+    while (auto next = in.u32le())
+        data.push_back(*next);
 }
 
 std::vector<uint64_t> AllocTable::follow(uint64_t start) const {
@@ -93,27 +126,32 @@ int DirEntry::compare(std::string_view other) const {
     return 0;
 }
 
-void DirTree::load(const uint8_t* buffer, size_t length) {
+void DirTree::load(const qb::Bytes& directory) {
     entries_.clear();
-    const size_t count = length / kDirEntrySize;
-    entries_.reserve(count);
-    for (size_t i = 0; i < count; ++i) {
-        const uint8_t* p = buffer + i * kDirEntrySize;
+    ByteReader in(directory);
+    entries_.reserve(size_t(in.fitCount(UINT64_MAX, kDirEntrySize)));
+    while (auto p = in.take(kDirEntrySize)) {
         DirEntry e;
-        const size_t nameLength = std::min<uint64_t>(u16At(p + 0x40), 64);
+        const uint64_t nameBytes = numberAt(*p, entry::kNameLength);
         // The low byte of each UTF-16 unit, up to the first zero.
-        for (size_t j = 0; j < nameLength && p[j] != 0; j += 2)
-            e.name += static_cast<char>(p[j]);
+        const qb::Bytes name =
+            p->slice(0, size_t(std::min<uint64_t>(nameBytes, entry::kName.size)));
+        for (size_t j = 0; j < name.size(); j += 2) {
+            const uint8_t low = ByteReader::u8(name, j).value_or(0);
+            if (low == 0) break;
+            e.name += static_cast<char>(low);
+        }
         // Names led by a control character (property-set streams) lose it.
-        if (p[0] < 32 && !e.name.empty()) e.name.erase(0, 1);
-        const uint8_t type = p[0x42];
+        if (ByteReader::u8(*p, entry::kName.offset).value_or(0) < 32 && !e.name.empty())
+            e.name.erase(0, 1);
+        const uint64_t type = numberAt(*p, entry::kType);
         e.dir = type != 2;
-        e.valid = (type == 1 || type == 2 || type == 5) && u16At(p + 0x40) >= 1;
-        e.prev = u32At(p + 0x44);
-        e.next = u32At(p + 0x48);
-        e.child = u32At(p + 0x4C);
-        e.start = u32At(p + 0x74);
-        e.size = u32At(p + 0x78);  // the low 32 bits only
+        e.valid = (type == 1 || type == 2 || type == 5) && nameBytes >= 1;
+        e.prev = numberAt(*p, entry::kLeftSibling);
+        e.next = numberAt(*p, entry::kRightSibling);
+        e.child = numberAt(*p, entry::kChild);
+        e.start = numberAt(*p, entry::kStartSector);
+        e.size = numberAt(*p, entry::kSize);
         entries_.push_back(std::move(e));
     }
 }
@@ -209,9 +247,14 @@ qb::Bytes StorageIO::smallBlock(uint64_t s) const {
 
 bool StorageIO::load() {
     result = OpenFailed;
-    uint8_t buffer[kHeaderSize] = {};
-    if (!data_.empty()) std::memcpy(buffer, data_.data(), std::min(data_.size(), kHeaderSize));
-    header.load(buffer);
+    // A file shorter than the header reads as if padded with zeros.
+    qb::Bytes headerBytes = data_.slice(0, kHeaderSize);
+    if (headerBytes.size() < kHeaderSize) {
+        std::vector<uint8_t> padded(kHeaderSize, 0);
+        std::copy(headerBytes.begin(), headerBytes.end(), padded.begin());
+        headerBytes = qb::Bytes::adopt(std::move(padded));
+    }
+    header.load(headerBytes);
     result = NotOLE;
     if (!header.hasSignature()) return false;
     result = BadOLE;
@@ -236,9 +279,9 @@ bool StorageIO::load() {
             if (r > 0) sector = blocks[--k];  // the chain pointer stored last is overwritten
             if (sector >= fileBlocks || seen[size_t(sector)]) break;
             seen[size_t(sector)] = true;
-            const qb::Bytes block = bigBlock(sector);
-            for (size_t off = 0; off + 4 <= block.size() && k < numBat; off += 4)
-                blocks[k++] = u32At(block.data() + off);
+            ByteReader words(bigBlock(sector));
+            for (auto word = words.u32le(); word && k < numBat; word = words.u32le())
+                blocks[k++] = *word;
         }
     }
 
@@ -253,9 +296,10 @@ bool StorageIO::load() {
             const qb::Bytes block = bigBlock(b);
             const size_t want = size_t(std::min<uint64_t>(bigSize, limit - have));
             std::vector<uint8_t> piece(want, 0);
-            if (!block.empty()) std::memcpy(piece.data(), block.data(), std::min(block.size(), want));
-            if (table) table->append(piece.data(), piece.size());
+            const qb::Bytes present = block.slice(0, want);
+            std::copy(present.begin(), present.end(), piece.begin());
             if (raw) raw->insert(raw->end(), piece.begin(), piece.end());
+            if (table) table->append(qb::Bytes::adopt(std::move(piece)));
         }
     };
     const uint64_t fileSize = data_.size();
@@ -264,10 +308,13 @@ bool StorageIO::load() {
     sbat.data.clear();
     readChain(bbat.follow(header.sbat_start), &sbat, nullptr, (fileSize / sbat.blockSize + 1) * 4);
 
-    std::vector<uint8_t> directory;
-    readChain(bbat.follow(header.dirent_start), nullptr, &directory, fileSize + kDirEntrySize);
-    dirtree.load(directory.data(), directory.size());
-    if (directory.size() >= 0x78) sb_blocks = bbat.follow(u32At(directory.data() + 0x74));
+    std::vector<uint8_t> directoryBytes;
+    readChain(bbat.follow(header.dirent_start), nullptr, &directoryBytes, fileSize + kDirEntrySize);
+    const qb::Bytes directory = qb::Bytes::adopt(std::move(directoryBytes));
+    dirtree.load(directory);
+    // The root entry's stream is the mini stream.
+    if (auto start = ByteReader::uintLE(directory, entry::kStartSector))
+        sb_blocks = bbat.follow(*start);
 
     result = Ok;
     opened = true;
@@ -279,9 +326,9 @@ std::vector<uint64_t> StorageIO::streamChain(const DirEntry& e) const {
 }
 
 uint64_t StorageIO::readStream(const DirEntry& e, const std::vector<uint64_t>& chain, uint64_t pos,
-                               uint8_t* buffer, uint64_t maxlen) const {
-    if (!buffer || maxlen == 0 || pos >= e.size) return 0;
-    const uint64_t total = std::min(maxlen, e.size - pos);
+                               std::span<uint8_t> out) const {
+    if (out.empty() || pos >= e.size) return 0;
+    const uint64_t total = std::min<uint64_t>(out.size(), e.size - pos);
     const bool big = usesBigBlocks(e);
     const uint64_t blockSize = big ? bbat.blockSize : sbat.blockSize;
     uint64_t index = pos / blockSize;
@@ -292,10 +339,9 @@ uint64_t StorageIO::readStream(const DirEntry& e, const std::vector<uint64_t>& c
             big ? bigBlock(chain[size_t(index)]) : smallBlock(chain[size_t(index)]);
         const uint64_t n = std::min(blockSize - offset, total - delivered);
         // Bytes past the end of the input are not there to copy: they read as zeros.
-        const uint64_t available =
-            block.size() > offset ? std::min<uint64_t>(n, block.size() - offset) : 0;
-        if (available) std::memcpy(buffer + delivered, block.data() + offset, size_t(available));
-        if (available < n) std::memset(buffer + delivered + available, 0, size_t(n - available));
+        const qb::Bytes present = block.slice(size_t(offset), size_t(n));
+        const std::span<uint8_t> piece = out.subspan(size_t(delivered), size_t(n));
+        std::fill(std::copy(present.begin(), present.end(), piece.begin()), piece.end(), 0);
         delivered += n;
         offset = 0;
         ++index;
@@ -322,7 +368,7 @@ std::optional<qb::Bytes> StorageIO::streamData(const DirEntry& e) const {
     }
     if (!report_->spendMaterialised(length)) return std::nullopt;
     std::vector<uint8_t> out(static_cast<size_t>(length));
-    out.resize(size_t(readStream(e, chain, 0, out.data(), length)));
+    out.resize(size_t(readStream(e, chain, 0, out)));
     return qb::Bytes::adopt(std::move(out));
 }
 
@@ -351,9 +397,9 @@ Stream::Stream(const Storage* storage, std::string_view path) : path_(path) {
     chain_ = io_->streamChain(*e);
 }
 
-uint64_t Stream::read(uint8_t* data, uint64_t maxlen) {
+uint64_t Stream::read(std::span<uint8_t> out) {
     if (fail()) return 0;
-    const uint64_t n = io_->readStream(*entry_, chain_, pos_, data, maxlen);
+    const uint64_t n = io_->readStream(*entry_, chain_, pos_, out);
     pos_ += n;
     return n;
 }
@@ -363,8 +409,7 @@ int Stream::getch() {
     if (cache_.empty() || pos_ < cacheStart_ || pos_ >= cacheStart_ + cache_.size()) {
         cacheStart_ = pos_ - pos_ % 4096;
         cache_.resize(size_t(std::min<uint64_t>(4096, size() - cacheStart_)));
-        cache_.resize(
-            size_t(io_->readStream(*entry_, chain_, cacheStart_, cache_.data(), cache_.size())));
+        cache_.resize(size_t(io_->readStream(*entry_, chain_, cacheStart_, cache_)));
         if (cache_.empty()) return -1;
         if (pos_ >= cacheStart_ + cache_.size()) return -1;
     }

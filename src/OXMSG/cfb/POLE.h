@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,7 +36,8 @@ struct Header {
     std::array<uint64_t, 109> bb_blocks{};
     bool dirty = false;
 
-    void load(const uint8_t* buffer);  // 512 bytes
+    // Reads the first 512 bytes of the file (zeros where the file is shorter).
+    void load(const qb::Bytes& header);
     bool hasSignature() const;
     bool valid() const;
 };
@@ -46,8 +48,10 @@ public:
     std::vector<uint64_t> data;
 
     uint64_t count() const { return data.size(); }
-    void load(const uint8_t* buffer, size_t length);
-    void append(const uint8_t* buffer, size_t length);
+    // The table's entries from whole 4-byte words of `sectors` (a trailing part word is
+    // dropped).
+    void load(const qb::Bytes& sectors);
+    void append(const qb::Bytes& sectors);
     // The chain from `start`; it ends at a marker, a sector out of range, or a sector seen
     // before (a cycle).
     std::vector<uint64_t> follow(uint64_t start) const;
@@ -69,7 +73,8 @@ struct DirEntry {
 
 class DirTree {
 public:
-    void load(const uint8_t* buffer, size_t length);
+    // The entries of the directory stream, one per whole 128 bytes.
+    void load(const qb::Bytes& directory);
     size_t entryCount() const { return entries_.size(); }
     const DirEntry* entry(size_t index) const;
     const DirEntry* entry(std::string_view path) const;
@@ -106,9 +111,9 @@ public:
     // The chain that holds a stream: big blocks from the size threshold on, else small.
     std::vector<uint64_t> streamChain(const DirEntry& e) const;
     bool usesBigBlocks(const DirEntry& e) const { return e.size >= header.threshold; }
-    // Copies up to `maxlen` bytes of the stream from `pos`; returns how many it delivered.
+    // Copies up to `out.size()` bytes of the stream from `pos`; returns how many it delivered.
     uint64_t readStream(const DirEntry& e, const std::vector<uint64_t>& chain, uint64_t pos,
-                        uint8_t* buffer, uint64_t maxlen) const;
+                        std::span<uint8_t> out) const;
     // The whole stream: a window onto the input when its sectors lie in one run, else a copy
     // charged to the report's budget; nothing when the copy would pass that budget (streams
     // that share sectors would otherwise cost many times the input).
@@ -150,7 +155,7 @@ public:
     void seek(uint64_t pos) { pos_ = pos; }
     bool eof() const { return pos_ >= size(); }
     // Reads from the current position, which advances by what was delivered.
-    uint64_t read(uint8_t* data, uint64_t maxlen);
+    uint64_t read(std::span<uint8_t> out);
     // The next byte, or -1 at the end.
     int getch();
 

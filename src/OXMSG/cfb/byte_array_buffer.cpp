@@ -1,49 +1,42 @@
 #include "OXMSG/cfb/byte_array_buffer.h"
 
-#include <cassert>
-#include <functional>
-
 namespace POLE {
 
-byte_array_buffer::byte_array_buffer(const uint8_t* begin, size_t size)
-    : begin_(begin), end_(begin + size), current_(begin) {
-    assert(std::less_equal<const uint8_t*>()(begin_, end_));
-}
-
 byte_array_buffer::int_type byte_array_buffer::underflow() {
-    if (current_ == end_) return traits_type::eof();
-    return traits_type::to_int_type(static_cast<char>(*current_));
+    if (current_ == bytes_.size()) return traits_type::eof();
+    return traits_type::to_int_type(static_cast<char>(bytes_[current_]));
 }
 
 byte_array_buffer::int_type byte_array_buffer::uflow() {
-    if (current_ == end_) return traits_type::eof();
-    return traits_type::to_int_type(static_cast<char>(*current_++));
+    if (current_ == bytes_.size()) return traits_type::eof();
+    return traits_type::to_int_type(static_cast<char>(bytes_[current_++]));
 }
 
 byte_array_buffer::int_type byte_array_buffer::pbackfail(int_type ch) {
-    if (current_ == begin_ ||
-        (ch != traits_type::eof() && ch != traits_type::to_int_type(static_cast<char>(current_[-1]))))
+    if (current_ == 0 || (ch != traits_type::eof() &&
+                          ch != traits_type::to_int_type(static_cast<char>(bytes_[current_ - 1]))))
         return traits_type::eof();
-    return traits_type::to_int_type(static_cast<char>(*--current_));
+    return traits_type::to_int_type(static_cast<char>(bytes_[--current_]));
 }
 
-std::streamsize byte_array_buffer::showmanyc() { return end_ - current_; }
+std::streamsize byte_array_buffer::showmanyc() {
+    return std::streamsize(bytes_.size() - current_);
+}
 
 std::streampos byte_array_buffer::seekoff(std::streamoff off, std::ios_base::seekdir way,
                                           std::ios_base::openmode) {
-    const uint8_t* target = nullptr;
+    const auto size = std::streamoff(bytes_.size());
+    const auto current = std::streamoff(current_);
+    std::streamoff target = size;
     if (way == std::ios_base::beg) {
-        if (off < 0 || off > end_ - begin_) return std::streampos(std::streamoff(-1));
-        target = begin_ + off;
+        if (off < 0 || off > size) return std::streampos(std::streamoff(-1));
+        target = off;
     } else if (way == std::ios_base::cur) {
-        if (off < begin_ - current_ || off > end_ - current_)
-            return std::streampos(std::streamoff(-1));
-        target = current_ + off;
-    } else {
-        target = end_;
+        if (off < -current || off > size - current) return std::streampos(std::streamoff(-1));
+        target = current + off;
     }
-    current_ = target;
-    return std::streampos(begin_ - current_);
+    current_ = size_t(target);
+    return std::streampos(-target);
 }
 
 std::streampos byte_array_buffer::seekpos(std::streampos sp, std::ios_base::openmode which) {

@@ -1,16 +1,19 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <streambuf>
 
 namespace POLE {
 
 // A read-only stream buffer over caller-owned bytes [begin, end); nothing is copied.
 class byte_array_buffer : public std::streambuf {
-public:
-    byte_array_buffer(const uint8_t* begin, size_t size);
+  public:
+    explicit byte_array_buffer(std::span<const uint8_t> bytes) : bytes_(bytes) {}
+    byte_array_buffer(const uint8_t* begin, size_t size)
+        : byte_array_buffer(std::span<const uint8_t>(begin, size)) {}
 
-private:
+  private:
     int_type underflow() override;
     int_type uflow() override;
     int_type pbackfail(int_type ch) override;
@@ -21,9 +24,8 @@ private:
                            std::ios_base::openmode which) override;
     std::streampos seekpos(std::streampos sp, std::ios_base::openmode which) override;
 
-    const uint8_t* const begin_;
-    const uint8_t* const end_;
-    const uint8_t* current_;
+    const std::span<const uint8_t> bytes_;
+    size_t current_ = 0;  // index of the next byte
 };
 
 }  // namespace POLE
