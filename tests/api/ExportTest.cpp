@@ -14,28 +14,19 @@
 #include "api/ExtractFolder.h"
 #include "api/OpenMessage.h"
 #include "support/SampleMessages.h"
+#include "support/TestFolder.h"
 
 namespace qb {
 namespace {
 
 namespace fs = std::filesystem;
+using test::slurp;
 using testing::HasSubstr;
-
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 class Export : public testing::Test {
   protected:
     void SetUp() override {
-        dir_ = fs::temp_directory_path() /
-               ("qb-export-" + std::to_string(::getpid()) + "-" +
-                testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(dir_);
-        fs::create_directories(dir_);
+        dir_ = test::makeTestFolder("qb-export");
         fd_ = openFolder(dir_.string());
         auto opened = openMessage(Bytes::fromString(test::sampleWinmail()));
         ASSERT_TRUE(opened);

@@ -19,11 +19,13 @@
 #include "support/MsgWriter.h"
 #include "support/SampleMessages.h"
 #include "support/TNEFWriter.h"
+#include "support/TestFolder.h"
 
 namespace qb {
 namespace {
 
 namespace fs = std::filesystem;
+using test::slurp;
 using testing::HasSubstr;
 
 struct RunResult {
@@ -34,10 +36,7 @@ struct RunResult {
 class Quillbox : public testing::Test {
   protected:
     void SetUp() override {
-        dir_ = fs::temp_directory_path() /
-               ("quillbox-test-" + std::to_string(::getpid()) + "-" +
-                testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::create_directories(dir_);
+        dir_ = test::makeTestFolder("quillbox-test");
         sample_ = write("winmail.dat", test::sampleWinmail());
     }
     void TearDown() override { fs::remove_all(dir_); }
@@ -46,13 +45,6 @@ class Quillbox : public testing::Test {
         const fs::path p = dir_ / name;
         std::ofstream(p, std::ios::binary) << bytes;
         return p.string();
-    }
-
-    static std::string slurp(const fs::path& p) {
-        std::ifstream in(p, std::ios::binary);
-        std::stringstream s;
-        s << in.rdbuf();
-        return s.str();
     }
 
     // Runs quillbox with `args` (already shell-safe), standard input from `input`.

@@ -20,6 +20,7 @@
 #include "support/HostileInputs.h"
 #include "support/LogCapture.h"
 #include "support/TNEFWriter.h"
+#include "support/TestFolder.h"
 #include "tnef/TNEFMessage.h"
 
 namespace qb {
@@ -31,12 +32,7 @@ using testing::HasSubstr;
 
 class Hostile : public testing::Test {
   protected:
-    void SetUp() override {
-        dir_ = fs::temp_directory_path() /
-               ("quillbox-hostile-" + std::to_string(::getpid()) + "-" +
-                testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::create_directories(dir_);
-    }
+    void SetUp() override { dir_ = test::makeTestFolder("quillbox-hostile"); }
     void TearDown() override { fs::remove_all(dir_); }
 
     std::string write(const std::string& name, const std::string& bytes) {

@@ -15,28 +15,18 @@
 #include "platform/Dictionary.h"
 #include "platform/Digest.h"
 #include "support/TNEFWriter.h"
+#include "support/TestFolder.h"
 
 namespace qb {
 namespace {
 
 namespace fs = std::filesystem;
+using test::slurp;
 using testing::HasSubstr;
-
-std::string slurp(const fs::path& p) {
-    std::ifstream in(p, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 class OutputFolder : public testing::Test {
   protected:
-    void SetUp() override {
-        dir_ = fs::temp_directory_path() /
-               ("quillbox-output-" + std::to_string(::getpid()) + "-" +
-                testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::create_directories(dir_);
-    }
+    void SetUp() override { dir_ = test::makeTestFolder("quillbox-output"); }
     void TearDown() override { fs::remove_all(dir_); }
 
     // A message with `count` attachments "aN.bin" of about `size` bytes each, all different.
