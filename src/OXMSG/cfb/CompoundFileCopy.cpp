@@ -10,7 +10,7 @@ namespace {
 
 struct Copier {
     explicit Copier(const CFBEntry& top)
-        : records_(top.storage()), budget_(top.storage().io().bytes().size()) {}
+        : records(top.storage()), budget(top.storage().io().bytes().size()) {}
 
     // Fills `node` with the children of `storage`, which lies `depth` storages below the top;
     // false when the copy has to be given up.
@@ -18,8 +18,8 @@ struct Copier {
         if (depth > kMaxCompoundFileDepth) return false;
         for (const auto& child : storage.entries()) {
             const POLE::DirEntry* entry = child->dirEntry();
-            if (!entry->valid || !seen_.insert(entry).second) continue;
-            auto record = records_.record(entry);
+            if (!entry->valid || !seen.insert(entry).second) continue;
+            auto record = records.record(entry);
             if (!record) return false;
             if (child->isDirectoryEntry()) {
                 node.children.push_back(
@@ -27,8 +27,8 @@ struct Copier {
                 if (!copyChildren(*child, node.children.back(), depth + 1)) return false;
             } else {
                 auto data = child->data();
-                if (!data || data->size() > budget_) return false;
-                budget_ -= data->size();
+                if (!data || data->size() > budget) return false;
+                budget -= data->size();
                 node.children.push_back(
                     CompoundFileNode::stream(std::move(record->name), std::move(*data)));
             }
@@ -36,9 +36,9 @@ struct Copier {
         return true;
     }
 
-    DirectoryRecords records_;
-    std::set<const POLE::DirEntry*> seen_;
-    uint64_t budget_;
+    DirectoryRecords records;
+    std::set<const POLE::DirEntry*> seen;
+    uint64_t budget;
 };
 
 }  // namespace
@@ -46,9 +46,9 @@ struct Copier {
 std::optional<CompoundFileNode> copyOfStorage(const CFBEntry& storage) {
     if (!storage.isDirectoryEntry()) return std::nullopt;
     Copier copier(storage);
-    auto record = copier.records_.record(storage.dirEntry());
+    auto record = copier.records.record(storage.dirEntry());
     if (!record) return std::nullopt;
-    copier.seen_.insert(storage.dirEntry());
+    copier.seen.insert(storage.dirEntry());
     CompoundFileNode root = CompoundFileNode::storageOf("Root Entry", {}, record->clsid);
     if (!copier.copyChildren(storage, root, 0)) return std::nullopt;
     return root;
