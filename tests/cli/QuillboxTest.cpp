@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -441,7 +440,18 @@ TEST_F(Quillbox, ProgressLineIsClearedAroundLogLinesAndWarnings) {
     const std::string tty = slurp(transcript);
     EXPECT_THAT(tty, HasSubstr("[2/2] " + b));
     EXPECT_THAT(tty, HasSubstr("warning: reading stopped"));
-    EXPECT_FALSE(std::regex_search(tty, std::regex("\\[[0-9]/2\\] [^\\r\\n]*quillbox:"))) << tty;
+    // No stretch of the screen between line breaks and carriage returns holds both.
+    std::string piece;
+    for (char c : tty + "\n") {
+        if (c != '\r' && c != '\n') {
+            piece += c;
+            continue;
+        }
+        EXPECT_FALSE(piece.find("/2] ") != std::string::npos &&
+                     piece.find("quillbox:") != std::string::npos)
+            << piece;
+        piece.clear();
+    }
 }
 
 }  // namespace
