@@ -8,33 +8,24 @@
 #include "mailkit/MKMimeHeadersParser.h"
 #include "model/CodePage.h"
 #include "model/MAPIArray.h"
+#include "model/MAPITypes.h"
 #include "model/PropertyTags.h"
 #include "model/Recipients.h"
 #include "platform/ByteReader.h"
+#include "platform/ContainerSignatures.h"
 #include "platform/HexDigits.h"
 #include "platform/Log.h"
+#include "platform/AsciiCase.h"
 
 namespace qb {
 
 namespace {
 
-constexpr const char* kPropertiesStream = "__properties_version1.0";
-constexpr std::string_view kSubstgPrefix = "__substg1.0_";
-constexpr std::string_view kRecipPrefix = "__recip_version1.0_";
-constexpr std::string_view kAttachPrefix = "__attach_version1.0_";
-constexpr const char* kEmbeddedMessage = "__substg1.0_3701000D";
-constexpr const char* kNameIdStorage = "__nameid_version1.0";
+using namespace msgnames;
 
 // The fixed GUID of named-property indices 0 to 2, as the bytes are written.
 constexpr uint8_t kFixedGUID[16] = {0x00, 0x02, 0x03, 0x29, 0x00, 0x00, 0x00, 0x00,
                                     0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46};
-
-bool equalsIgnoringCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) ==
-                      std::tolower(static_cast<unsigned char>(y));
-           });
-}
 
 std::optional<uint32_t> hex4(std::string_view s) {
     if (s.size() != 4) return std::nullopt;
@@ -124,7 +115,7 @@ std::optional<OXMessage::QBProperties> OXMessage::processProperties(const CFBEnt
                                                                     const NameMap* names,
                                                                     ReadError* why) const {
     QBProperties result;
-    auto streamEntry = storage.entry(kPropertiesStream);
+    auto streamEntry = storage.entry(std::string(kPropertiesStream));
     const Bytes stream = streamEntry ? streamEntry->data().value_or(Bytes()) : Bytes();
     // The log line the reader has always written, and the same text as the reason.
     auto fail = [&](const char* text) -> std::optional<QBProperties> {
@@ -194,36 +185,15 @@ MAPIPropList OXMessage::processPropertyList(const Bytes& stream, size_t headerSi
         const uint32_t type = uint32_t(*rawType) & ~MV_FLAG;
         // Entries the reader cannot place move on by half an entry only.
         size_t valueSize = 0, advance = kEntrySize;
-        switch (type) {
-            case PT_UNSPECIFIED:
-            case PT_OBJECT:
-            case PT_STRING8:
-            case PT_UNICODE:
-            case PT_CLSID:
-            case PT_BINARY:
-                break;  // the value lives in its own stream
-            case PT_NULL:
-                advance = kEntrySize / 2;
-                break;
-            case PT_SHORT:
-            case PT_LONG:
-            case PT_FLOAT:
-            case PT_ERROR:
-            case PT_BOOLEAN:
-                valueSize = 4;
-                break;
-            case PT_DOUBLE:
-            case PT_CURRENCY:
-            case PT_APPTIME:
-            case PT_LONGLONG:
-            case PT_SYSTIME:
-                valueSize = 8;
-                break;
-            default:
-                logf("Unknown MAPI type: 0x{:X}", type);
-                advance = kEntrySize / 2;
-                break;
+        if (const MAPITypeInfo* info = mapiTypeInfo(type); !info) {
+            logf("Unknown MAPI type: 0x{:X}", type);
+            advance = kEntrySize / 2;
+        } else if (type == PT_NULL) {
+            advance = kEntrySize / 2;
+        } else if (info->fixedSize == 4 || info->fixedSize == 8) {
+            valueSize = info->fixedSize;
         }
+        // Variable-length values and CLSIDs live in streams of their own.
         if (valueSize) {
             if (auto value = ByteReader::field(stream, {kEntryValue.offset, valueSize}, offset)) {
                 auto v = MAPIValue::create(*value, type, uint32_t(*id), me);
@@ -260,15 +230,15 @@ MAPIPropList OXMessage::processPropEntries(const CFBEntry& storage) const {
 
 OXMessage::NameMap OXMessage::processNameIDs(const CFBEntry& root) const {
     NameMap names;
-    auto storage = root.entry(kNameIdStorage);
+    auto storage = root.entry(std::string(kNameIdStorage));
     if (!storage) return names;
-    auto streamData = [&](const char* name) {
-        auto e = storage->entry(name);
+    auto streamData = [&](std::string_view name) {
+        auto e = storage->entry(std::string(name));
         return e ? e->data().value_or(Bytes()) : Bytes();
     };
-    const Bytes guidStream = streamData("__substg1.0_00020102");
-    const Bytes entryStream = streamData("__substg1.0_00030102");
-    const Bytes stringStream = streamData("__substg1.0_00040102");
+    const Bytes guidStream = streamData(kNameIdGUIDStream);
+    const Bytes entryStream = streamData(kNameIdEntryStream);
+    const Bytes stringStream = streamData(kNameIdStringStream);
 
     const Bytes fixed = Bytes::copy(kFixedGUID, sizeof kFixedGUID);
     std::vector<Bytes> guids(3, fixed);  // indices 0 to 2 all name the same set
@@ -296,12 +266,8 @@ OXMessage::NameMap OXMessage::processNameIDs(const CFBEntry& root) const {
         ByteReader strings(stringStream);
         if (strings.skip(nameOrOffset)) {
             if (auto length = strings.u32le()) {
-                if (auto raw = strings.take(*length)) {
-                    size_t n = raw->size();
-                    while (n >= 2 && (*raw)[n - 1] == 0 && (*raw)[n - 2] == 0)
-                        n -= 2;
-                    name = utf16leToUTF8(raw->slice(0, n).span());
-                }
+                if (auto raw = strings.take(*length))
+                    name = utf16leToUTF8(raw->withoutTrailingWideNULs().span());
             }
         }
         names[propID] = std::make_shared<MAPIPropName>(guid, propID, name);
@@ -330,7 +296,7 @@ AttachmentList OXMessage::processAttachments(const CFBEntry& root) const {
         auto properties = processProperties(*child, nullptr);
         if (!properties) continue;
         std::shared_ptr<OutlookMessage> nested;
-        if (auto embedded = child->entry(kEmbeddedMessage)) {
+        if (auto embedded = child->entry(std::string(kEmbeddedMessage))) {
             if (depth_ + 1 > kMaxDepth) {
                 logf("Embedded message nested deeper than {} levels not opened", kMaxDepth);
                 report()->warn(
@@ -346,7 +312,7 @@ AttachmentList OXMessage::processAttachments(const CFBEntry& root) const {
             if (!nested && embedded->isDirectoryEntry()) {
                 auto value =
                     MAPIValue::create(Bytes(), PT_OBJECT, propId(PR_ATTACH_DATA_OBJ), self());
-                value->setValue(embedded);
+                value->presetValue(embedded);
                 properties->props.push_back(std::make_shared<MAPIProp>(
                     std::move(value), PT_OBJECT, propId(PR_ATTACH_DATA_OBJ), nullptr));
             }
@@ -389,7 +355,7 @@ void OXMessage::mergeMimeMessageHeaders() {
     auto knownName = [&](const std::string& address) -> std::optional<std::string> {
         for (const auto& a : known) {
             auto smtp = a->smtpAddress();
-            if (smtp && equalsIgnoringCase(*smtp, address) && a->displayName() &&
+            if (smtp && equalsIgnoringASCIICase(*smtp, address) && a->displayName() &&
                 !a->displayName()->empty())
                 return a->displayName();
         }

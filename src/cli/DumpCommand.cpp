@@ -9,6 +9,7 @@
 #include "cli/OutputFile.h"
 #include "cli/ValueSummary.h"
 #include "model/MAPIProps.h"
+#include "model/MAPITypes.h"
 #include "model/PropertyTags.h"
 #include "tnef/TNEFAttachment.h"
 #include "tnef/TNEFAttr.h"

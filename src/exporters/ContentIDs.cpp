@@ -5,22 +5,19 @@
 #include "model/MAPIArray.h"
 #include "model/PropertyTags.h"
 #include "platform/HexDigits.h"
+#include "platform/AsciiCase.h"
 
 namespace qb {
 
 namespace {
 
-constexpr uint32_t PR_BODY_HTML_TEXT = 0x1013001E;
-
-char lower(char c) {
-    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-}
 
 // A reference may escape its characters ("%40" for "@").
 std::string percentDecoded(std::string_view s) {
     std::string out;
     for (size_t i = 0; i < s.size(); ++i) {
-        if (s[i] == '%' && i + 2 < s.size() && hexDigitValue(s[i + 1]) >= 0 && hexDigitValue(s[i + 2]) >= 0) {
+        if (s[i] == '%' && i + 2 < s.size() && hexDigitValue(s[i + 1]) >= 0 &&
+            hexDigitValue(s[i + 2]) >= 0) {
             out += static_cast<char>(hexDigitValue(s[i + 1]) * 16 + hexDigitValue(s[i + 2]));
             i += 2;
         } else {
@@ -31,15 +28,14 @@ std::string percentDecoded(std::string_view s) {
 }
 
 std::string percentEncoded(std::string_view name) {
-    static constexpr char kHex[] = "0123456789ABCDEF";
     std::string out;
     for (unsigned char c : name) {
         if (std::isalnum(c) || c == '-' || c == '_' || c == '.' || c == '~') {
             out += static_cast<char>(c);
         } else {
             out += '%';
-            out += kHex[c >> 4];
-            out += kHex[c & 15];
+            out += kUpperHexDigits[c >> 4];
+            out += kUpperHexDigits[c & 15];
         }
     }
     return out;
@@ -50,14 +46,15 @@ std::string percentEncoded(std::string_view name) {
 template <typename F>
 void forEachReference(std::string_view html, F&& f) {
     for (size_t i = 0; i + 4 <= html.size(); ++i) {
-        if (lower(html[i]) != 'c' || lower(html[i + 1]) != 'i' || lower(html[i + 2]) != 'd' ||
+        if (toLowerASCII(html[i]) != 'c' || toLowerASCII(html[i + 1]) != 'i' || toLowerASCII(html[i + 2]) != 'd' ||
             html[i + 3] != ':')
             continue;
         size_t end = i + 4;
         while (end < html.size() && !std::isspace(static_cast<unsigned char>(html[end])) &&
                std::string_view("\"'()<>").find(html[end]) == std::string_view::npos)
             ++end;
-        if (end > i + 4) f(i, end, normalizedContentID(percentDecoded(html.substr(i + 4, end - i - 4))));
+        if (end > i + 4)
+            f(i, end, normalizedContentID(percentDecoded(html.substr(i + 4, end - i - 4))));
         i = end - 1;
     }
 }
@@ -77,7 +74,7 @@ std::string bareContentID(std::string_view contentID) {
 std::string normalizedContentID(std::string_view contentID) {
     std::string out = bareContentID(contentID);
     for (char& c : out)
-        c = lower(c);
+        c = toLowerASCII(c);
     return out;
 }
 
@@ -107,7 +104,7 @@ std::set<std::string> contentIDsReferencedByHTMLBody(const OutlookMessage& messa
     const MAPIPropList* props = message.mapiprops();
     if (auto bytes = bytesForProperty(props, PR_BODY_HTML))
         return contentIDsReferencedBy(bytes->view());
-    if (auto text = stringForProperty(props, PR_BODY_HTML_TEXT))
+    if (auto text = stringForProperty(props, PR_BODY_HTML_STRING8))
         return contentIDsReferencedBy(*text);
     return {};
 }

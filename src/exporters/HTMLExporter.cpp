@@ -4,17 +4,13 @@
 #include "exporters/PlainTextExporter.h"
 #include "mime/ContentCoders.h"
 #include "model/MAPIArray.h"
+#include "model/PropertyTags.h"
 #include "richtext/HTMLFontSizes.h"
 #include "richtext/HTMLStyledTextReader.h"
 
 namespace qb {
 
 namespace {
-
-constexpr uint32_t kInternetCodePage = 0x3FDE0003;
-constexpr uint32_t kHTMLStringProperty = 0x1013001E;
-constexpr uint32_t kHTMLPropID = 0x1013;
-constexpr uint32_t kBinaryType = 0x0102;
 
 struct HTMLBody {
     Bytes data;
@@ -25,14 +21,14 @@ struct HTMLBody {
 std::optional<HTMLBody> htmlBodyOfMessage(const OutlookMessage& message) {
     const MAPIPropList* props = message.mapiprops();
     StringEncoding encoding = message.encoding();
-    if (auto cp = uint32ForProperty(props, kInternetCodePage)) {
+    if (auto cp = uint32ForProperty(props, PR_INTERNET_CPID)) {
         const StringEncoding e = encodingForWindowsCodePage(*cp);
         if (isKnownEncoding(e)) encoding = e;
     }
 
-    std::optional<std::string> text = stringForProperty(props, kHTMLStringProperty);
+    std::optional<std::string> text = stringForProperty(props, PR_BODY_HTML_STRING8);
     if (!text) {
-        const MAPIData v = valueForPropID(props, kHTMLPropID, kBinaryType);
+        const MAPIData v = valueForPropID(props, propId(PR_BODY_HTML), PT_BINARY);
         if (const auto* b = std::get_if<Bytes>(&v)) {
             // A stray byte should not cost the whole body.
             text = decodeString(b->view(), encoding);

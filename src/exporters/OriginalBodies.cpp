@@ -17,10 +17,7 @@ std::vector<OriginalBody> originalBodies(const OutlookMessage& message) {
         const MAPIValue& value = *prop->value();
         auto bytes = value.variableBytes();
         if (prop->type() == PT_STRING8 && bytes) {
-            size_t n = bytes->size();
-            while (n > 0 && (*bytes)[n - 1] == 0)
-                --n;
-            bodies.push_back({"Message.original.html", bytes->slice(0, n)});
+            bodies.push_back({"Message.original.html", bytes->withoutTrailingNULs()});
         } else if (auto text = valueAs<std::string>(value.value())) {
             bodies.push_back({"Message.original.html", Bytes::fromString(*text)});
         }

@@ -5,15 +5,12 @@
 
 #include "mime/ContentCoders.h"
 #include "model/MAPIArray.h"
+#include "model/PropertyTags.h"
 #include "tnef/TNEFArray.h"
 
 namespace qb {
 
 namespace {
-
-constexpr uint32_t kBodyProperty = 0x1000001E;
-constexpr uint32_t kBodyAttribute = 0x800C;
-constexpr uint32_t kStringAttribute = 2;
 
 constexpr std::array<std::pair<std::string_view, std::string_view>, 6> kReportTexts{{
     {"REPORT.IPM.Note.IPNRN", "The message was read.\r\n"},
@@ -27,10 +24,9 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 6> kReportTe
 }  // namespace
 
 std::optional<std::string> plainTextOfMessage(const OutlookMessage& message) {
-    std::optional<std::string> text = stringForProperty(message.mapiprops(), kBodyProperty);
+    std::optional<std::string> text = stringForProperty(message.mapiprops(), PR_BODY);
     if (!text) {
-        const TNEFAttrValue v =
-            valueForTNEFName(message.attributes(), kBodyAttribute, kStringAttribute);
+        const TNEFAttrValue v = valueForTNEFName(message.attributes(), attBody, atpText);
         if (const auto* s = std::get_if<std::string>(&v)) text = *s;
     }
     if (!text || text->empty()) {

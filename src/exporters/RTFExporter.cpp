@@ -51,7 +51,8 @@ void RTFExporter::parseRTF(const Bytes& rtf) {
             mimeType_ = "text/html";
         } else {
             // Text written as a page, in the size the other bodies are shown.
-            auto styled = StyledText::fromPlainText(*original, kDefaultFontPoints + kHTMLExportFontStep);
+            auto styled =
+                StyledText::fromPlainText(*original, kDefaultFontPoints + kHTMLExportFontStep);
             attributedString_ = std::make_shared<const StyledText>(std::move(styled));
             data_ = htmlDataOfString(*attributedString_);
             filename_ = "Message.html";

@@ -3,6 +3,7 @@
 #include <cctype>
 
 #include "platform/ByteReader.h"
+#include "platform/AsciiCase.h"
 
 namespace qb {
 
@@ -21,10 +22,7 @@ std::optional<std::string> countedString(ByteReader& in, StringEncoding encoding
     if (!length) return std::nullopt;
     auto bytes = in.take(*length);
     if (!bytes) return std::nullopt;
-    size_t n = bytes->size();
-    while (n > 0 && (*bytes)[n - 1] == 0)
-        --n;
-    return decodeMessageText(bytes->slice(0, n).span(), encoding);
+    return decodeMessageText(bytes->withoutTrailingNULs().span(), encoding);
 }
 
 // A string of UTF-16 units counted in characters; nothing when it is not all there.
@@ -49,10 +47,7 @@ std::string lastComponent(std::string_view path) {
 std::string lowerExtension(std::string_view name) {
     const size_t dot = name.rfind('.');
     if (dot == std::string_view::npos || dot == 0) return {};
-    std::string ext(name.substr(dot + 1));
-    for (char& c : ext)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return ext;
+    return lowercasedASCII(name.substr(dot + 1));
 }
 
 }  // namespace

@@ -5,6 +5,8 @@
 
 #include "formats/ContainerEntries.h"
 #include "platform/ByteReader.h"
+#include "platform/ContainerSignatures.h"
+#include "platform/AsciiCase.h"
 
 namespace qb {
 
@@ -14,13 +16,6 @@ QBFileFormat format(std::string id, std::string description, std::vector<std::st
                     std::vector<std::string> extensions) {
     return QBFileFormat{std::move(id), std::move(description), std::move(mime),
                         std::move(extensions)};
-}
-
-std::string lower(std::string_view s) {
-    std::string out(s);
-    for (auto& c : out)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return out;
 }
 
 bool startsWith(const Bytes& data, std::string_view prefix, size_t offset = 0) {
@@ -48,7 +43,7 @@ bool looksLikeMessage(const Bytes& data) {
         "received:",     "return-path:",      "from:",    "mime-version:",
         "date:",         "message-id:",       "subject:", "to:",
         "delivered-to:", "x-mozilla-status:", "reply-to:"};
-    const std::string head = lower(data.view().substr(0, 64));
+    const std::string head = lowercasedASCII(data.view().substr(0, 64));
     return std::any_of(std::begin(kFields), std::end(kFields),
                        [&](const char* f) { return head.starts_with(f); });
 }
@@ -113,7 +108,7 @@ const QBFileFormat* QBFileFormat::formatWithIdentifier(std::string_view identifi
 
 const QBFileFormat* QBFileFormat::fileFormatForExtension(std::string_view extension) {
     if (!extension.empty() && extension.front() == '.') extension.remove_prefix(1);
-    const std::string ext = lower(extension);
+    const std::string ext = lowercasedASCII(extension);
     if (ext.empty()) return nullptr;
     for (const auto& f : allFormats())
         if (std::find(f.extensions.begin(), f.extensions.end(), ext) != f.extensions.end())
@@ -122,7 +117,7 @@ const QBFileFormat* QBFileFormat::fileFormatForExtension(std::string_view extens
 }
 
 const QBFileFormat* QBFileFormat::fileFormatForMIMEType(std::string_view mimeType) {
-    const std::string type = lower(mimeType.substr(0, mimeType.find(';')));
+    const std::string type = lowercasedASCII(mimeType.substr(0, mimeType.find(';')));
     for (const auto& f : allFormats())
         if (std::find(f.mimeTypes.begin(), f.mimeTypes.end(), type) != f.mimeTypes.end()) return &f;
     return nullptr;
@@ -130,12 +125,13 @@ const QBFileFormat* QBFileFormat::fileFormatForMIMEType(std::string_view mimeTyp
 
 const QBFileFormat* QBFileFormat::fileFormatOfData(const Bytes& d) {
     auto id = [](std::string_view name) { return formatWithIdentifier(name); };
-    if (startsWith(d, "\x78\x9F\x3E\x22")) return id("com.microsoft.tnef");
-    if (startsWith(d, "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1")) {
+    if (startsWith(d, kTNEFSignatureBytes)) return id("com.microsoft.tnef");
+    if (startsWith(d, kCompoundFileSignatureBytes)) {
         const auto names = compoundFileEntryNames(d);
-        if (hasEntry(names, "__properties_version1.0") ||
-            std::any_of(names.begin(), names.end(),
-                        [](const std::string& n) { return n.starts_with("__substg1.0_"); }))
+        if (hasEntry(names, msgnames::kPropertiesStream) ||
+            std::any_of(names.begin(), names.end(), [](const std::string& n) {
+                return n.starts_with(msgnames::kSubstgPrefix);
+            }))
             return id("com.microsoft.outlook.message");
         if (hasEntry(names, "WordDocument")) return id("com.microsoft.word.doc");
         if (hasEntry(names, "Workbook") || hasEntry(names, "Book"))

@@ -7,6 +7,7 @@
 #include <unordered_map>
 
 #include "mailkit/Unicode.h"
+#include "platform/HexDigits.h"
 
 namespace qb {
 
@@ -85,10 +86,9 @@ std::string stringByDecodingHTMLEntities(std::string_view text) {
             uint32_t v = 0;
             bool ok = !digits.empty() && digits.size() <= 8;
             for (char d : digits) {
-                int n = std::isdigit(static_cast<unsigned char>(d)) ? d - '0'
-                        : hex && std::isxdigit(static_cast<unsigned char>(d))
-                            ? (std::tolower(static_cast<unsigned char>(d)) - 'a' + 10)
-                            : -1;
+                const int n = hex ? hexDigitValue(d)
+                                  : std::isdigit(static_cast<unsigned char>(d)) ? d - '0'
+                                                                                 : -1;
                 if (n < 0) ok = false;
                 v = v * (hex ? 16 : 10) + static_cast<uint32_t>(std::max(n, 0));
             }

@@ -8,6 +8,7 @@
 #include "mailkit/MailKitStrings.h"
 #include "mailkit/MimeEncoding.h"
 #include "mailkit/Unicode.h"
+#include "platform/AsciiCase.h"
 
 namespace qb {
 
@@ -15,14 +16,6 @@ namespace {
 
 constexpr size_t kFoldAt = 79;
 constexpr size_t kWordLine = 75;
-
-bool equalsNoCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) ==
-                      std::tolower(static_cast<unsigned char>(y));
-           });
-}
 
 bool isFoldSpace(char c) { return c == ' ' || c == '\t'; }
 
@@ -47,7 +40,7 @@ void MKMimeHeaders::setHeader(std::string_view value, std::string_view key) {
 
 std::optional<std::string> MKMimeHeaders::firstHeaderForKey(std::string_view key) const {
     for (const auto& [k, values] : dict_)
-        if (equalsNoCase(k, key)) {
+        if (equalsIgnoringASCIICase(k, key)) {
             if (values.empty()) return std::nullopt;
             return withoutCRLF(values.front());
         }

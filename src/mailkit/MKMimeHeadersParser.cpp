@@ -6,6 +6,7 @@
 
 #include "mailkit/MimeEncoding.h"
 #include "platform/StringEncoding.h"
+#include "platform/AsciiCase.h"
 
 namespace qb {
 
@@ -21,15 +22,6 @@ bool isFieldName(std::string_view name) {
 std::string asText(std::string_view bytes) {
     if (isValidUTF8(bytes)) return std::string(bytes);
     return decodeString(bytes, kWindowsCP1252Encoding, true).value_or("");
-}
-
-bool equalsNoCase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i)
-        if (std::tolower(static_cast<unsigned char>(a[i])) !=
-            std::tolower(static_cast<unsigned char>(b[i])))
-            return false;
-    return true;
 }
 
 }  // namespace
@@ -80,7 +72,7 @@ std::optional<std::vector<MKEmailAddress>> MKMessageHeaders::addressListForKey(
     std::string_view key) const {
     std::optional<std::vector<MKEmailAddress>> list;
     for (const auto& [name, values] : headers_.headerDictionary()) {
-        if (!equalsNoCase(name, key)) continue;
+        if (!equalsIgnoringASCIICase(name, key)) continue;
         if (!list) list.emplace();
         for (const auto& v : values) {
             auto found = MKEmailAddress::emailAddressesFromHeaderValue(v);

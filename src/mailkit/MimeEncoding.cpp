@@ -7,6 +7,7 @@
 #include "mailkit/Base64.h"
 #include "mailkit/HTMLEntities.h"
 #include "platform/HexDigits.h"
+#include "platform/AsciiCase.h"
 
 namespace qb {
 
@@ -28,15 +29,6 @@ bool isQPLiteral(unsigned char c) {
 bool isURLLegal(unsigned char c) {
     return std::isalnum(c) || std::string_view("-_.!~*'();/?:@&=+$,#").find(static_cast<char>(c)) !=
                                   std::string_view::npos;
-}
-
-bool startsWithNoCase(std::string_view s, std::string_view prefix) {
-    if (s.size() < prefix.size()) return false;
-    for (size_t i = 0; i < prefix.size(); ++i)
-        if (std::tolower(static_cast<unsigned char>(s[i])) !=
-            std::tolower(static_cast<unsigned char>(prefix[i])))
-            return false;
-    return true;
 }
 
 void replaceAll(std::string& s, std::string_view from, std::string_view to) {
@@ -139,8 +131,8 @@ std::optional<std::string> dataForMimeEncodedWord(std::string_view word,
     if (usedEncoding) *usedEncoding = e;
     const std::string_view kind = word.substr(q + 1, 2);
     const std::string_view payload = word.substr(q + 3, word.size() - 2 - (q + 3));
-    if (startsWithNoCase(kind, "B?")) return NewBase64Decode(payload);
-    if (!startsWithNoCase(kind, "Q?")) return std::nullopt;
+    if (startsWithIgnoringASCIICase(kind, "B?")) return NewBase64Decode(payload);
+    if (!startsWithIgnoringASCIICase(kind, "Q?")) return std::nullopt;
     std::string bytes;
     for (size_t i = 0; i < payload.size();) {
         const unsigned char c = static_cast<unsigned char>(payload[i]);
@@ -175,7 +167,7 @@ std::optional<std::string> stringWithMimeEncodedWord(std::string_view word) {
     StringEncoding e = 0;
     auto bytes = dataForMimeEncodedWord(word, &e);
     if (!bytes) return std::nullopt;
-    const bool isQ = startsWithNoCase(word.substr(word.find('?', 2) + 1), "Q");
+    const bool isQ = startsWithIgnoringASCIICase(word.substr(word.find('?', 2) + 1), "Q");
     // Q text ends at its first zero byte.
     if (isQ) bytes->resize(std::min(bytes->size(), bytes->find('\0')));
     return decodeString(*bytes, e, false);

@@ -15,7 +15,9 @@ bool isAtext(unsigned char c) {
            std::string_view::npos;
 }
 
-bool isWSP(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+bool isWSP(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
 
 }  // namespace
 
@@ -51,7 +53,8 @@ bool RFC2822Scanner::skipComment(std::string* text) {
 
 void RFC2822Scanner::skipCFWS() {
     for (;;) {
-        while (pos_ < s_.size() && isWSP(s_[pos_])) ++pos_;
+        while (pos_ < s_.size() && isWSP(s_[pos_]))
+            ++pos_;
         if (!peek('(')) return;
         std::string comment;
         if (!skipComment(&comment)) {
@@ -64,7 +67,8 @@ void RFC2822Scanner::skipCFWS() {
 
 std::optional<std::string> RFC2822Scanner::scanAtom() {
     const size_t start = pos_;
-    while (pos_ < s_.size() && isAtext(static_cast<unsigned char>(s_[pos_]))) ++pos_;
+    while (pos_ < s_.size() && isAtext(static_cast<unsigned char>(s_[pos_])))
+        ++pos_;
     if (pos_ == start) return std::nullopt;
     return std::string(s_.substr(start, pos_ - start));
 }
@@ -94,12 +98,13 @@ std::optional<std::string> RFC2822Scanner::scanWord() {
     return scanAtom();
 }
 
-std::optional<std::string> RFC2822Scanner::scanDotAtomOrWords() {
-    // local-part: dot-atom, quoted string, or the obsolete words joined by dots.
-    auto first = scanWord();
+std::optional<std::string> RFC2822Scanner::scanDotted(
+    std::optional<std::string> (RFC2822Scanner::*scanItem)(), bool spaceAfterDot) {
+    auto first = (this->*scanItem)();
     if (!first) return std::nullopt;
     std::string out = *first;
     for (;;) {
+        // A dot with nothing after it is not part of the run: leave it for the caller.
         const size_t save = pos_;
         skipCFWS();
         if (!peek('.')) {
@@ -107,13 +112,19 @@ std::optional<std::string> RFC2822Scanner::scanDotAtomOrWords() {
             return out;
         }
         ++pos_;
-        auto next = scanWord();
+        if (spaceAfterDot) skipCFWS();
+        auto next = (this->*scanItem)();
         if (!next) {
             pos_ = save;
             return out;
         }
         out += "." + *next;
     }
+}
+
+std::optional<std::string> RFC2822Scanner::scanDotAtomOrWords() {
+    // local-part: dot-atom, quoted string, or the obsolete words joined by dots.
+    return scanDotted(&RFC2822Scanner::scanWord, false);
 }
 
 std::optional<std::string> RFC2822Scanner::scanDomain() {
@@ -128,25 +139,7 @@ std::optional<std::string> RFC2822Scanner::scanDomain() {
             if (c != '\r' && c != '\n') literal += c;
         return literal;
     }
-    auto first = scanAtom();
-    if (!first) return std::nullopt;
-    std::string out = *first;
-    for (;;) {
-        const size_t save = pos_;
-        skipCFWS();
-        if (!peek('.')) {
-            pos_ = save;
-            return out;
-        }
-        ++pos_;
-        skipCFWS();
-        auto next = scanAtom();
-        if (!next) {
-            pos_ = save;
-            return out;
-        }
-        out += "." + *next;
-    }
+    return scanDotted(&RFC2822Scanner::scanAtom, true);
 }
 
 bool RFC2822Scanner::scanAddrSpec(RFC2822Mailbox& out, std::string* error) {

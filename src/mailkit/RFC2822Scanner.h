@@ -34,6 +34,10 @@ class RFC2822Scanner {
     std::optional<std::string> scanAtom();
     std::optional<std::string> scanQuotedString();
     std::optional<std::string> scanWord();
+    // Items joined by dots, with comments and folding space before each dot (and after it
+    // when `spaceAfterDot`).
+    std::optional<std::string> scanDotted(std::optional<std::string> (RFC2822Scanner::*scanItem)(),
+                                          bool spaceAfterDot);
     std::optional<std::string> scanDotAtomOrWords();
     std::optional<std::string> scanDomain();
     bool scanAddrSpec(RFC2822Mailbox& out, std::string* error);

@@ -10,22 +10,9 @@
 
 #include "mailkit/Base64.h"
 #include "platform/Digest.h"
+#include "platform/HexDigits.h"
 
 namespace qb {
-
-namespace {
-
-std::string hex(const unsigned char* p, size_t n) {
-    static const char digits[] = "0123456789abcdef";
-    std::string out;
-    for (size_t i = 0; i < n; ++i) {
-        out += digits[p[i] >> 4];
-        out += digits[p[i] & 15];
-    }
-    return out;
-}
-
-}  // namespace
 
 std::string hexMD5String(std::string_view text) { return md5Hex(Bytes::fromString(text)); }
 
@@ -34,7 +21,9 @@ std::string hexMD5StringWithKey(std::string_view text, std::string_view key) {
     unsigned int length = 0;
     HMAC(EVP_md5(), key.data(), static_cast<int>(key.size()),
          reinterpret_cast<const unsigned char*>(text.data()), text.size(), out, &length);
-    return hex(out, length);
+    std::string digest;
+    appendHex(digest, std::span<const uint8_t>(out, length));
+    return digest;
 }
 
 std::string sha256HashString(std::string_view text) { return sha256Hex(Bytes::fromString(text)); }

@@ -3,6 +3,7 @@
 #include <cctype>
 
 #include "mime/MimeConstants.h"
+#include "platform/AsciiCase.h"
 
 namespace qb {
 
@@ -12,9 +13,7 @@ std::string EDMessagePart::contentType() const {
     std::string type = value->substr(0, value->find(';'));
     while (!type.empty() && std::isspace(static_cast<unsigned char>(type.back())))
         type.pop_back();
-    for (char& c : type)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return type;
+    return lowercasedASCII(type);
 }
 
 void EDMessagePart::addToHeaderFields(std::string_view name, std::string_view fieldBody) {

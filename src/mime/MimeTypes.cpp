@@ -1,4 +1,5 @@
 #include "mime/MimeTypes.h"
+#include "platform/AsciiCase.h"
 
 #include <algorithm>
 #include <array>
@@ -95,9 +96,7 @@ std::string pathExtension(std::string_view filename) {
 }
 
 std::string mimeTypeForFilename(std::string_view filename) {
-    std::string ext = pathExtension(filename);
-    for (char& c : ext)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    const std::string ext = lowercasedASCII(pathExtension(filename));
     const auto it = std::lower_bound(
         kTypes.begin(), kTypes.end(), ext,
         [](const auto& row, const std::string& key) { return row.first < std::string_view(key); });

@@ -1,4 +1,5 @@
 #include "mime/TransferEncoding.h"
+#include "platform/HexDigits.h"
 
 #include <cstdint>
 
@@ -82,7 +83,6 @@ bool isEightBitClean(std::string_view bytes) {
 }
 
 std::string quotedPrintableBody(std::string_view bytes) {
-    static constexpr char kHex[] = "0123456789ABCDEF";
     std::string out;
     out.reserve(bytes.size() + bytes.size() / 4);
     size_t column = 0;
@@ -110,7 +110,7 @@ std::string quotedPrintableBody(std::string_view bytes) {
             const char ch = static_cast<char>(c);
             put(std::string_view(&ch, 1));
         } else {
-            const char escaped[3] = {'=', kHex[c >> 4], kHex[c & 15]};
+            const char escaped[3] = {'=', kUpperHexDigits[c >> 4], kUpperHexDigits[c & 15]};
             put(std::string_view(escaped, 3));
         }
     }

@@ -61,43 +61,57 @@ std::vector<std::shared_ptr<Address>> Address::addressesFormAttendeesString(
     return result;
 }
 
-#define QB_LOCKED_GET(field)      \
-    std::lock_guard lock(mutex_); \
+// Fields are read and set under the lock, so that an address shared between threads
+// (exporters of one message on several threads) never tears.
+template <class T>
+T Address::locked(const T& field) const {
+    std::lock_guard lock(mutex_);
     return field;
-#define QB_LOCKED_SET(field, v)   \
-    std::lock_guard lock(mutex_); \
-    field = std::move(v);
+}
+
+template <class T>
+void Address::setLocked(T& field, T value) {
+    std::lock_guard lock(mutex_);
+    field = std::move(value);
+}
 
 Address::Text Address::displayName() const {
-    QB_LOCKED_GET(displayName_)} Address::Text Address::address() const {
-    QB_LOCKED_GET(address_)} Address::Text Address::type() const {
-    QB_LOCKED_GET(type_)} Address::Text Address::email() const {
-    QB_LOCKED_GET(email_)} uint16_t Address::trpId() const {
-    QB_LOCKED_GET(trpId_)} Address::Text Address::smtpAddress() const {
-    QB_LOCKED_GET(smtpAddress_)
+    return locked(displayName_);
 }
-void Address::setSmtpAddress(Text v) {
-    QB_LOCKED_SET(smtpAddress_, v)
+Address::Text Address::address() const {
+    return locked(address_);
 }
-void Address::setDisplayName(Text v) {
-    QB_LOCKED_SET(displayName_, v)
+Address::Text Address::type() const {
+    return locked(type_);
 }
-void Address::setAddress(Text v) {
-    QB_LOCKED_SET(address_, v)
+Address::Text Address::email() const {
+    return locked(email_);
 }
-void Address::setType(Text v) {
-    QB_LOCKED_SET(type_, v)
+uint16_t Address::trpId() const {
+    return locked(trpId_);
 }
-void Address::setEmail(Text v) {
-    QB_LOCKED_SET(email_, v)
-}
-void Address::setTrpId(uint32_t v) {
-    std::lock_guard lock(mutex_);
-    trpId_ = static_cast<uint16_t>(v);
+Address::Text Address::smtpAddress() const {
+    return locked(smtpAddress_);
 }
 
-#undef QB_LOCKED_GET
-#undef QB_LOCKED_SET
+void Address::setDisplayName(Text v) {
+    setLocked(displayName_, std::move(v));
+}
+void Address::setAddress(Text v) {
+    setLocked(address_, std::move(v));
+}
+void Address::setType(Text v) {
+    setLocked(type_, std::move(v));
+}
+void Address::setEmail(Text v) {
+    setLocked(email_, std::move(v));
+}
+void Address::setTrpId(uint32_t v) {
+    setLocked(trpId_, static_cast<uint16_t>(v));
+}
+void Address::setSmtpAddress(Text v) {
+    setLocked(smtpAddress_, std::move(v));
+}
 
 std::string Address::description() const {
     std::lock_guard lock(mutex_);

@@ -44,6 +44,11 @@ class Address {
     std::string description() const;
 
   private:
+    template <class T>
+    T locked(const T& field) const;
+    template <class T>
+    void setLocked(T& field, T value);
+
     mutable std::mutex mutex_;
     Text displayName_, address_, type_, email_, smtpAddress_;
     uint16_t trpId_ = 0;

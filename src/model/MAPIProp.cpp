@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "model/MAPIProps.h"
+#include "model/MAPITypes.h"
 #include "model/OutlookMessage.h"
 #include "model/PropertyTags.h"
 #include "platform/ByteReader.h"
@@ -12,12 +13,6 @@
 namespace qb {
 
 namespace {
-
-bool hasValueCount(uint32_t type) {
-    const uint32_t base = type & ~MV_FLAG;
-    return (type & MV_FLAG) || base == PT_OBJECT || base == PT_STRING8 || base == PT_UNICODE ||
-           base == PT_BINARY;
-}
 
 // Reads a named-property header at the reader's position; `id` becomes the number of a
 // numbered name.
@@ -31,10 +26,7 @@ std::shared_ptr<MAPIPropName> readPropName(ByteReader& in, uint32_t& id) {
         if (auto length = in.u32le()) {
             const size_t start = in.position();
             if (auto raw = in.bytes().sub(start, *length)) {
-                size_t n = raw->size();
-                while (n >= 2 && (*raw)[n - 1] == 0 && (*raw)[n - 2] == 0)
-                    n -= 2;
-                name = utf16leToUTF8(raw->slice(0, n).span());
+                name = utf16leToUTF8(raw->withoutTrailingWideNULs().span());
                 const uint64_t padded = uint64_t(*length) + (4 - *length % 4) % 4;
                 in.seek(padded > in.remaining() ? in.size() : start + size_t(padded));
             }
@@ -46,17 +38,14 @@ std::shared_ptr<MAPIPropName> readPropName(ByteReader& in, uint32_t& id) {
 // The fewest bytes one value of `baseType` takes in a stream: its fixed size, or the length
 // field of a variable-length value.
 size_t minimumValueSize(uint32_t baseType) {
-    if (baseType == PT_OBJECT || baseType == PT_STRING8 || baseType == PT_UNICODE ||
-        baseType == PT_BINARY)
-        return 4;
+    if (isVariableMAPIType(baseType)) return 4;
     return size_t(MAPIValue::streamSize(Bytes(), 0, baseType));
 }
 
 }  // namespace
 
 bool MAPIProp::isMAPIPropType(uint32_t t) {
-    return t <= 0x0007 || t == PT_ERROR || t == PT_BOOLEAN || t == PT_OBJECT || t == PT_LONGLONG ||
-           t == PT_STRING8 || t == PT_UNICODE || t == PT_SYSTIME || t == PT_CLSID || t == PT_BINARY;
+    return mapiTypeInfo(t) != nullptr;
 }
 
 MAPIPropList MAPIProp::propertiesOfMessage(const std::shared_ptr<const OutlookMessage>& message,

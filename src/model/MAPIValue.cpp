@@ -11,6 +11,7 @@
 
 #include "OXMSG/cfb/CFBEntry.h"
 #include "model/CompressedRTF.h"
+#include "model/MAPITypes.h"
 #include "model/OutlookMessage.h"
 #include "model/PropertyTags.h"
 #include "platform/ByteReader.h"
@@ -27,25 +28,6 @@ constexpr std::string_view kIIDMessage(
     "\x07\x03\x02\x00\x00\x00\x00\x00\xC0\x00\x00\x00\x00\x00\x00\x46", kIIDSize);
 constexpr std::string_view kIIDStorage(
     "\x0B\x00\x00\x00\x00\x00\x00\x00\xC0\x00\x00\x00\x00\x00\x00\x46", kIIDSize);
-
-bool isVariableType(uint32_t baseType) {
-    return baseType == PT_OBJECT || baseType == PT_STRING8 || baseType == PT_UNICODE ||
-           baseType == PT_BINARY;
-}
-
-Bytes trimTrailingZeros(Bytes b) {
-    size_t n = b.size();
-    while (n > 0 && b[n - 1] == 0)
-        --n;
-    return b.slice(0, n);
-}
-
-Bytes trimTrailingZeroPairs(Bytes b) {
-    size_t n = b.size();
-    while (n >= 2 && b[n - 1] == 0 && b[n - 2] == 0)
-        n -= 2;
-    return b.slice(0, n);
-}
 
 std::string exceptionName(const std::exception& e) {
     int status = 0;
@@ -77,28 +59,9 @@ std::shared_ptr<MAPIValue> MAPIValue::create(const Bytes& data, uint32_t type, u
 }
 
 uint64_t MAPIValue::streamSize(const Bytes& data, size_t location, uint32_t baseType) {
-    switch (baseType) {
-        case PT_UNSPECIFIED:
-        case PT_NULL:
-            return 0;
-        case PT_SHORT:
-        case PT_LONG:
-        case PT_FLOAT:
-        case PT_ERROR:
-        case PT_BOOLEAN:
-            return 4;
-        case PT_DOUBLE:
-        case PT_CURRENCY:
-        case PT_APPTIME:
-        case PT_LONGLONG:
-        case PT_SYSTIME:
-            return 8;
-        case PT_CLSID:
-            return 16;
-        default:
-            break;
-    }
-    if (!isVariableType(baseType)) return 0;
+    const MAPITypeInfo* info = mapiTypeInfo(baseType);
+    if (!info) return 0;
+    if (!info->variable) return info->fixedSize;
     auto length = ByteReader::u32le(data, location);
     if (!length) return UINT64_MAX;  // the length itself is cut off: the stream is used up
     const uint64_t len = *length;
@@ -117,14 +80,11 @@ std::optional<Bytes> MAPIValue::variableBytes() const {
 }
 
 const MAPIData& MAPIValue::value() const {
-    std::lock_guard lock(mutex_);
-    if (!cache_) cache_ = decode();
-    return *cache_;
+    return value_.get([&] { return decode(); });
 }
 
-void MAPIValue::setValue(MAPIData value) {
-    std::lock_guard lock(mutex_);
-    cache_ = std::move(value);
+void MAPIValue::presetValue(MAPIData value) {
+    value_.preset(std::move(value));
 }
 
 MAPIData MAPIValue::decode() const {
@@ -178,13 +138,13 @@ MAPIData MAPIValue::decode() const {
             auto b = variableBytes();
             if (!b) return {};
             const StringEncoding encoding = message ? message->encoding() : kISOLatin1Encoding;
-            if (auto s = decodeMessageText(trimTrailingZeros(*b).span(), encoding)) return *s;
+            if (auto s = decodeMessageText(b->withoutTrailingNULs().span(), encoding)) return *s;
             return {};
         }
         case PT_UNICODE: {
             auto b = variableBytes();
             if (!b) return {};
-            return utf16leToUTF8(trimTrailingZeroPairs(*b).span());
+            return utf16leToUTF8(b->withoutTrailingWideNULs().span());
         }
         case PT_OBJECT: {
             auto b = variableBytes();
@@ -212,47 +172,6 @@ MAPIData MAPIValue::decode() const {
         }
         default:
             return {};
-    }
-}
-
-const char* propTypeName(uint32_t type) {
-    switch (type) {
-        case PT_UNSPECIFIED:
-            return "PT_UNSPECIFIED";
-        case PT_NULL:
-            return "PT_NULL";
-        case PT_SHORT:
-            return "PT_SHORT";
-        case PT_LONG:
-            return "PT_LONG";
-        case PT_FLOAT:
-            return "PT_FLOAT";
-        case PT_DOUBLE:
-            return "PT_DOUBLE";
-        case PT_CURRENCY:
-            return "PT_CURRENCY";
-        case PT_APPTIME:
-            return "PT_APPTIME";
-        case PT_ERROR:
-            return "PT_ERROR";
-        case PT_BOOLEAN:
-            return "PT_BOOLEAN";
-        case PT_OBJECT:
-            return "PT_OBJECT";
-        case PT_LONGLONG:
-            return "PT_LONGLONG";
-        case PT_STRING8:
-            return "PT_STRING8";
-        case PT_UNICODE:
-            return "PT_UNICODE";
-        case PT_SYSTIME:
-            return "PT_SYSTIME";
-        case PT_CLSID:
-            return "PT_CLSID";
-        case PT_BINARY:
-            return "PT_BINARY";
-        default:
-            return "unknow";
     }
 }
 

@@ -9,6 +9,7 @@
 
 #include "platform/Bytes.h"
 #include "platform/Date.h"
+#include "platform/Lazy.h"
 
 namespace qb {
 
@@ -41,7 +42,8 @@ class MAPIValue {
     static uint64_t streamSize(const Bytes& data, size_t location, uint32_t baseType);
 
     const MAPIData& value() const;
-    void setValue(MAPIData value);
+    // Gives the value before it is decoded (an object the reader has opened already).
+    void presetValue(MAPIData value);
 
     uint32_t type() const { return type_; }
     uint32_t name() const { return name_; }
@@ -75,12 +77,8 @@ class MAPIValue {
     uint32_t name_;
     bool counted_;
     std::weak_ptr<const OutlookMessage> message_;
-    mutable std::mutex mutex_;
-    mutable std::optional<MAPIData> cache_;
+    Lazy<MAPIData> value_;
 };
-
-// Name of a property type as descriptions print it ("PT_STRING8"; "unknow" otherwise).
-const char* propTypeName(uint32_t type);
 
 // Short text for a decoded value: strings as they are, byte data as "<NSData>{length = N}",
 // booleans as YES/NO, dates in RFC 3339.

@@ -19,8 +19,9 @@ bool typeMatches(const MAPIProp& prop, uint32_t type) {
 
 bool nameMatches(const MAPIProp& prop, const NamedProperty& p) {
     const auto& name = prop.propName();
-    if (!name) return prop.name() == p.lid;
-    return !name->name() && name->propID() == p.lid && name->GUID() && p.set.matches(*name->GUID());
+    // A property whose set is unknown (a TNEF name header cut short) is taken by its number.
+    if (!name || !name->GUID()) return prop.name() == p.lid && (!name || !name->name());
+    return !name->name() && name->propID() == p.lid && p.set.matches(*name->GUID());
 }
 
 }  // namespace
@@ -38,36 +39,37 @@ MAPIData valueForNamedProperty(const MAPIPropList* props, const NamedProperty& p
     return value ? value->value() : MAPIData{};
 }
 
+namespace {
+
+template <class T>
+std::optional<T> typedValue(const MAPIPropList* props, const NamedProperty& p) {
+    const MAPIData v = valueForNamedProperty(props, p);
+    if (auto typed = valueAs<T>(v)) return *typed;
+    return std::nullopt;
+}
+
+}  // namespace
+
 std::optional<std::string> stringForNamedProperty(const MAPIPropList* props,
                                                   const NamedProperty& p) {
-    const auto v = valueForNamedProperty(props, p);
-    if (auto s = valueAs<std::string>(v)) return *s;
-    return std::nullopt;
+    return typedValue<std::string>(props, p);
 }
 
 std::optional<Bytes> bytesForNamedProperty(const MAPIPropList* props, const NamedProperty& p) {
-    const auto v = valueForNamedProperty(props, p);
-    if (auto b = valueAs<Bytes>(v)) return *b;
-    return std::nullopt;
+    return typedValue<Bytes>(props, p);
 }
 
 std::optional<uint32_t> uint32ForNamedProperty(const MAPIPropList* props, const NamedProperty& p) {
-    const auto v = valueForNamedProperty(props, p);
-    if (auto n = valueAs<uint32_t>(v)) return *n;
-    if (auto s = valueAs<uint16_t>(v)) return *s;
-    return std::nullopt;
+    if (auto n = typedValue<uint32_t>(props, p)) return n;
+    return typedValue<uint16_t>(props, p);
 }
 
 std::optional<bool> boolForNamedProperty(const MAPIPropList* props, const NamedProperty& p) {
-    const auto v = valueForNamedProperty(props, p);
-    if (auto b = valueAs<bool>(v)) return *b;
-    return std::nullopt;
+    return typedValue<bool>(props, p);
 }
 
 std::optional<Date> dateForNamedProperty(const MAPIPropList* props, const NamedProperty& p) {
-    const auto v = valueForNamedProperty(props, p);
-    if (auto d = valueAs<Date>(v)) return *d;
-    return std::nullopt;
+    return typedValue<Date>(props, p);
 }
 
 }  // namespace qb

@@ -55,8 +55,8 @@ struct NamedProperty {
 };
 
 // The property named (set, lid) of this type; an 8-bit string request also finds the Unicode
-// form, as findPropID does. A property that carries no name at all is matched by its id
-// against the LID, which is how a TNEF stream without name headers numbers them.
+// form, as findPropID does. A property whose set is unknown is matched by its number alone;
+// one of another set never is.
 std::shared_ptr<MAPIProp> findNamedProperty(const MAPIPropList& props, const NamedProperty& p);
 
 // The decoded first value; nothing when the list is absent or lacks the property.

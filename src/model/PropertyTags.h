@@ -47,6 +47,10 @@ inline constexpr uint32_t PR_TNEF_CORRELATION_KEY = 0x007F0102;
 inline constexpr uint32_t PR_BODY = 0x1000001E;
 inline constexpr uint32_t PR_RTF_COMPRESSED = 0x10090102;
 inline constexpr uint32_t PR_BODY_HTML = 0x10130102;
+// The HTML body asked for as an 8-bit string (the TNEF writer's form).
+inline constexpr uint32_t PR_BODY_HTML_STRING8 = 0x1013001E;
+// The attendee list string: a named property that TNEF streams number 0x8238.
+inline constexpr uint32_t PR_ATTENDEES_STRING8 = 0x8238001E;
 inline constexpr uint32_t PR_ATTACH_DATA_OBJ = 0x3701000D;
 inline constexpr uint32_t PR_ATTACH_DATA_BIN = 0x37010102;
 inline constexpr uint32_t PR_ATTACH_FILENAME = 0x3704001E;

@@ -7,6 +7,7 @@
 #include "model/OneOffEntryID.h"
 #include "model/OutlookMessage.h"
 #include "model/PropertyTags.h"
+#include "platform/AsciiCase.h"
 
 namespace qb {
 
@@ -55,11 +56,7 @@ void fillSmtpAddressFromRecipients(Address& person,
     auto own = person.address();
     if (person.smtpAddress() || !own || own->empty()) return;
     auto same = [&](const std::string& other) {
-        return other.size() == own->size() &&
-               std::equal(other.begin(), other.end(), own->begin(), [](char a, char b) {
-                   return std::tolower(static_cast<unsigned char>(a)) ==
-                          std::tolower(static_cast<unsigned char>(b));
-               });
+        return equalsIgnoringASCIICase(other, *own);
     };
     for (const AddressList* list : recipients) {
         for (const auto& r : *list) {

@@ -47,6 +47,20 @@ Bytes Bytes::slice(size_t offset, size_t length) const {
     return *sub(offset, length);
 }
 
+Bytes Bytes::withoutTrailingNULs() const {
+    size_t n = size();
+    while (n > 0 && window_[n - 1] == 0)
+        --n;
+    return slice(0, n);
+}
+
+Bytes Bytes::withoutTrailingWideNULs() const {
+    size_t n = size();
+    while (n >= 2 && window_[n - 1] == 0 && window_[n - 2] == 0)
+        n -= 2;
+    return slice(0, n);
+}
+
 bool operator==(const Bytes& a, const Bytes& b) {
     return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size()) == 0);
 }

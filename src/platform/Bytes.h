@@ -43,6 +43,11 @@ class Bytes {
     // Like sub, but cut to what is there.
     Bytes slice(size_t offset, size_t length = SIZE_MAX) const;
 
+    // Without the NUL bytes at the end (an 8-bit string's terminator and padding).
+    Bytes withoutTrailingNULs() const;
+    // Without the pairs of NUL bytes at the end (a UTF-16 string's terminator).
+    Bytes withoutTrailingWideNULs() const;
+
     // Whether both windows share the same underlying buffer.
     bool sharesBufferWith(const Bytes& other) const { return owner_ == other.owner_; }
 

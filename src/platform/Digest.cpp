@@ -1,4 +1,5 @@
 #include "platform/Digest.h"
+#include "platform/HexDigits.h"
 
 #include <openssl/evp.h>
 
@@ -10,13 +11,8 @@ std::string digestHex(const EVP_MD* md, const Bytes& data) {
     unsigned char digest[EVP_MAX_MD_SIZE];
     unsigned int length = 0;
     EVP_Digest(data.data(), data.size(), digest, &length, md, nullptr);
-    static const char hex[] = "0123456789abcdef";
     std::string out;
-    out.reserve(length * 2);
-    for (unsigned int i = 0; i < length; ++i) {
-        out.push_back(hex[digest[i] >> 4]);
-        out.push_back(hex[digest[i] & 15]);
-    }
+    appendHex(out, std::span<const uint8_t>(digest, length));
     return out;
 }
 

@@ -1,4 +1,5 @@
 #include "platform/StringEncoding.h"
+#include "platform/AsciiCase.h"
 
 #include <unicode/ucnv.h>
 #include <unicode/unistr.h>
@@ -123,13 +124,6 @@ Converter openConverter(StringEncoding e) {
     return c;
 }
 
-std::string lower(std::string_view s) {
-    std::string out(s);
-    for (auto& ch : out)
-        ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
-    return out;
-}
-
 // Converts UTF-16 code units to UTF-8, replacing unpaired surrogates.
 std::string utf16UnitsToUTF8(const char16_t* units, size_t count) {
     std::string out;
@@ -161,7 +155,7 @@ std::string ianaNameForEncoding(StringEncoding encoding) {
 }
 
 StringEncoding encodingForIANAName(std::string_view name) {
-    std::string wanted = lower(name);
+    std::string wanted = lowercasedASCII(name);
     if (wanted.empty()) return kInvalidEncoding;
     for (const auto& r : kRows)
         if (wanted == r.iana) return r.code;

@@ -12,15 +12,8 @@ namespace qb {
 
 namespace {
 
-Bytes trimTrailingZeros(const Bytes& b) {
-    size_t n = b.size();
-    while (n > 0 && b[n - 1] == 0)
-        --n;
-    return b.slice(0, n);
-}
-
 std::optional<std::string> decodeText(const Bytes& b, StringEncoding encoding) {
-    return decodeMessageText(trimTrailingZeros(b).span(), encoding);
+    return decodeMessageText(b.withoutTrailingNULs().span(), encoding);
 }
 
 // "TYPE:address" -> (address, type); nothing without a colon.

@@ -6,6 +6,7 @@
 #include "model/MAPIArray.h"
 #include "model/PropertyTags.h"
 #include "platform/ByteReader.h"
+#include "platform/ContainerSignatures.h"
 #include "platform/Log.h"
 #include "tnef/TNEFArray.h"
 #include "tnef/TNEFChecksum.h"
@@ -14,7 +15,6 @@ namespace qb {
 
 namespace {
 
-constexpr uint32_t kSignature = 0x223E9F78;
 // The stream starts with the signature and a 16-bit key; the records follow.
 constexpr size_t kStreamHeaderSize = 6;
 
@@ -42,7 +42,7 @@ std::optional<size_t> findEmbeddedStream(const Bytes& data) {
     const size_t last = data.size() - kEmbeddedProbeLength;
     // The first byte of the signature is a cheap filter.
     for (size_t i = text.find('\x78'); i <= last; i = text.find('\x78', i + 1)) {
-        if (ByteReader::uintLE(data, kProbeSignature, i) != kSignature ||
+        if (ByteReader::uintLE(data, kProbeSignature, i) != kTNEFSignature ||
             ByteReader::uintLE(data, kProbeLevel, i) != 1u ||
             ByteReader::uintLE(data, kProbeTag, i) != kVersionTag ||
             ByteReader::uintLE(data, kProbeLength, i) != 4u ||
@@ -96,7 +96,7 @@ bool TNEFMessage::read(TNEFError* error) {
         return false;
     }
     size_t location;
-    if (ByteReader::u32le(data_, 0) == kSignature) {
+    if (ByteReader::u32le(data_, 0) == kTNEFSignature) {
         location = kStreamHeaderSize;
     } else if (auto start = findEmbeddedStream(data_)) {
         location = *start;

@@ -7,6 +7,7 @@
 
 #include "model/OutlookMessage.h"
 #include "platform/Dictionary.h"
+#include "platform/Lazy.h"
 #include "tnef/TNEFAttachment.h"
 #include "tnef/TNEFAttr.h"
 #include "tnef/TNEFError.h"
@@ -95,9 +96,8 @@ class TNEFMessage : public OutlookMessage {
     std::optional<Date> date_;
     std::optional<std::string> mimeBody_, mimeHtmlBody_;
 
-    mutable std::mutex derivedMutex_;
-    mutable std::optional<std::optional<std::string>> messageClass_;
-    mutable std::optional<std::optional<std::string>> tnefCorrelator_;
+    Lazy<std::optional<std::string>> messageClass_;
+    Lazy<std::optional<std::string>> tnefCorrelator_;
 };
 
 }  // namespace qb

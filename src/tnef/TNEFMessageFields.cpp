@@ -12,7 +12,6 @@ namespace {
 
 constexpr uint32_t PR_SENT_REPRESENTING_SIMPLE_DISPLAY_NAME = 0x4031001E;
 constexpr uint32_t PR_PRIMARY_SEND_ACCOUNT = 0x0E28001E;
-constexpr uint32_t kAttendeesString = 0x8238001E;
 
 bool nonEmpty(const std::optional<std::string>& s) {
     return s && !s->empty();
@@ -90,7 +89,7 @@ void TNEFMessage::parseRecipients() {
             addRecipient(row, to_, cc_, bcc_);
     }
     if (to_.empty() && cc_.empty() && bcc_.empty()) {
-        if (auto attendees = stringForProperty(mapiprops(), kAttendeesString))
+        if (auto attendees = stringForProperty(mapiprops(), PR_ATTENDEES_STRING8))
             to_ = Address::addressesFormAttendeesString(*attendees);
     }
 }
@@ -116,28 +115,18 @@ void TNEFMessage::parseMessageHeaders() {
 }
 
 std::optional<std::string> TNEFMessage::messageClass() const {
-    std::lock_guard lock(derivedMutex_);
-    if (!messageClass_) {
+    return messageClass_.get([&] {
         auto cls = stringValue(valueForTNEFName(attributes_, attMessageClass, atpWord));
-        if (!cls) cls = stringForProperty(mapiprops(), PR_MESSAGE_CLASS);
-        messageClass_ = std::move(cls);
-    }
-    return *messageClass_;
+        return cls ? cls : stringForProperty(mapiprops(), PR_MESSAGE_CLASS);
+    });
 }
 
 std::optional<std::string> TNEFMessage::tnefCorrelator() const {
-    std::lock_guard lock(derivedMutex_);
-    if (!tnefCorrelator_) {
-        std::optional<std::string> key;
-        if (auto b = bytesForProperty(mapiprops(), PR_TNEF_CORRELATION_KEY)) {
-            size_t n = b->size();
-            while (n > 0 && (*b)[n - 1] == 0)
-                --n;
-            key = b->slice(0, n).str();
-        }
-        tnefCorrelator_ = std::move(key);
-    }
-    return *tnefCorrelator_;
+    return tnefCorrelator_.get([&]() -> std::optional<std::string> {
+        if (auto b = bytesForProperty(mapiprops(), PR_TNEF_CORRELATION_KEY))
+            return b->withoutTrailingNULs().str();
+        return std::nullopt;
+    });
 }
 
 bool TNEFMessage::isTnefCorrelatorMatchingMimeHeader() const {

@@ -158,8 +158,12 @@ TEST(MAPIValue, DecodesOnceAndKeepsTheResult) {
     const MAPIData& a = prop->value()->value();
     const MAPIData& b = prop->value()->value();
     EXPECT_EQ(&a, &b);
-    prop->value()->setValue(std::string("replaced"));
-    EXPECT_EQ(stringForProperty(m->mapiprops(), PR_SUBJECT), "replaced");
+    // A value once decoded stays; one given before decoding replaces the decoding.
+    prop->value()->presetValue(std::string("replaced"));
+    EXPECT_EQ(stringForProperty(m->mapiprops(), PR_SUBJECT), "first");
+    auto fresh = MAPIValue::create(Bytes::fromString("raw"), PT_STRING8, 0x0037, nullptr);
+    fresh->presetValue(std::string("given"));
+    EXPECT_EQ(*valueAs<std::string>(fresh->value()), "given");
 }
 
 TEST(MAPIProp, DescriptionsUseTheNameTable) {

@@ -33,18 +33,21 @@ TEST(NamedProperties, TNEFListsMatchSetNumberAndType) {
             .namedNumber(0x0003, 0x8000, bytesOf(PSETID_Task), 0x8205, PropsWriter::le32(1))
             .namedString(0x0003, 0x8001, appointment, "x", PropsWriter::le32(2))
             .namedNumber(0x0003, 0x8002, appointment, 0x8205, PropsWriter::le32(3))
-            // No name header: the id is the number.
-            .u32(0x8217, 4)
             .str();
     size_t location = 0;
     const MAPIPropList props =
         MAPIProp::propertiesOfMessage(nullptr, Bytes::fromString(list), location);
-    ASSERT_EQ(props.size(), 4u);
+    ASSERT_EQ(props.size(), 3u);
     EXPECT_EQ(uint32ForNamedProperty(&props, {PSETID_Appointment, 0x8205, PT_LONG}), 3u);
     EXPECT_EQ(uint32ForNamedProperty(&props, {PSETID_Task, 0x8205, PT_LONG}), 1u);
     EXPECT_FALSE(uint32ForNamedProperty(&props, {PSETID_Appointment, 0x8205, PT_BOOLEAN}));
     EXPECT_FALSE(uint32ForNamedProperty(&props, {PSETID_Common, 0x8205, PT_LONG}));
-    EXPECT_EQ(uint32ForNamedProperty(&props, {PSETID_Appointment, 0x8217, PT_LONG}), 4u);
+
+    // A property without a known set answers by its number.
+    const MAPIPropList unnamed{std::make_shared<MAPIProp>(
+        MAPIValue::create(Bytes::fromString(PropsWriter::le32(4)), PT_LONG, 0x8217, nullptr),
+        PT_LONG, 0x8217, nullptr)};
+    EXPECT_EQ(uint32ForNamedProperty(&unnamed, {PSETID_Appointment, 0x8217, PT_LONG}), 4u);
     EXPECT_FALSE(uint32ForNamedProperty(nullptr, {PSETID_Appointment, 0x8205, PT_LONG}));
 }
 

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "platform/ContainerSignatures.h"
 #include "platform/Log.h"
 
 namespace qb {
@@ -50,9 +51,8 @@ std::shared_ptr<CFBEntry> CFBEntry::create(Bytes data, std::shared_ptr<ReadRepor
 }
 
 bool CFBEntry::hasSignature(const Bytes& data) {
-    static constexpr uint8_t kSignature[8] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
-    auto first = data.sub(0, sizeof kSignature);
-    return first && std::equal(std::begin(kSignature), std::end(kSignature), first->data());
+    auto first = data.sub(0, kCompoundFileSignature.size());
+    return first && first->view() == kCompoundFileSignatureBytes;
 }
 
 std::optional<uint64_t> CFBEntry::fileOffset() const {
@@ -78,16 +78,15 @@ std::string CFBEntry::childPath(const std::string& name) const {
 }
 
 const std::vector<std::shared_ptr<CFBEntry>>& CFBEntry::entries() const {
-    std::lock_guard lock(mutex_);
-    if (!entries_) {
-        entries_.emplace();
+    return entries_.get([&] {
+        std::vector<std::shared_ptr<CFBEntry>> entries;
         if (isDirectoryEntry()) {
             for (const POLE::DirEntry* child : storage_->dirEntries(path_))
-                entries_->push_back(
+                entries.push_back(
                     std::make_shared<CFBEntry>(storage_, child, childPath(child->name)));
         }
-    }
-    return *entries_;
+        return entries;
+    });
 }
 
 std::shared_ptr<CFBEntry> CFBEntry::entry(const std::string& name) const {
@@ -99,29 +98,27 @@ std::shared_ptr<CFBEntry> CFBEntry::entry(const std::string& name) const {
 
 std::optional<Bytes> CFBEntry::data() const {
     if (!isDocumentEntry()) return std::nullopt;
-    std::lock_guard lock(mutex_);
-    if (!data_) {
+    return data_.get([&]() -> std::optional<Bytes> {
         POLE::Stream stream(storage_.get(), path_);
         if (stream.fail()) {
             logf("failed to open POLE::Stream {}", path_);
-            data_ = std::optional<Bytes>();
-        } else {
-            data_ = storage_->io().streamData(*entry_);
-            if (!*data_)
-                storage_->io().report()->warn(
-                    fmt::format("stream {} not read: its sectors are shared with other streams "
-                                "and copying them all would cost more than the file allows",
-                                path_));
-            // A file cut short, or a sector chain that ends early, leaves the stream shorter
-            // than its directory entry says.
-            else if ((*data_)->size() < entry_->size)
-                storage_->io().report()->warn(
-                    fmt::format("stream {} breaks off after {} of its {} bytes", path_,
-                                (*data_)->size(), entry_->size),
-                    fileOffset());
+            return std::nullopt;
         }
-    }
-    return *data_;
+        auto data = storage_->io().streamData(*entry_);
+        if (!data)
+            storage_->io().report()->warn(
+                fmt::format("stream {} not read: its sectors are shared with other streams "
+                            "and copying them all would cost more than the file allows",
+                            path_));
+        // A file cut short, or a sector chain that ends early, leaves the stream shorter
+        // than its directory entry says.
+        else if (data->size() < entry_->size)
+            storage_->io().report()->warn(
+                fmt::format("stream {} breaks off after {} of its {} bytes", path_, data->size(),
+                            entry_->size),
+                fileOffset());
+        return data;
+    });
 }
 
 std::string CFBEntry::description() const {

@@ -8,6 +8,7 @@
 
 #include "OXMSG/cfb/POLE.h"
 #include "platform/Bytes.h"
+#include "platform/Lazy.h"
 #include "platform/ReadError.h"
 
 namespace qb {
@@ -59,9 +60,8 @@ class CFBEntry {
     std::shared_ptr<const POLE::Storage> storage_;
     const POLE::DirEntry* entry_;
     std::string path_;
-    mutable std::mutex mutex_;
-    mutable std::optional<std::vector<std::shared_ptr<CFBEntry>>> entries_;
-    mutable std::optional<std::optional<Bytes>> data_;
+    Lazy<std::vector<std::shared_ptr<CFBEntry>>> entries_;
+    Lazy<std::optional<Bytes>> data_;
 };
 
 }  // namespace qb

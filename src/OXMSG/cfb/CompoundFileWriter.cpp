@@ -1,6 +1,7 @@
 // The compound-file writer: directory entries numbered in tree order, then one pass that lays
 // out every sector (FAT, DIFAT, directory, mini FAT, mini stream, big streams) in that order.
 #include "OXMSG/cfb/CompoundFileWriter.h"
+#include "platform/ContainerSignatures.h"
 
 #include <unicode/uchar.h>
 
@@ -237,8 +238,7 @@ std::optional<Bytes> Writer::write(CompoundFileLayout* layout) {
     }
 
     std::vector<uint8_t> out(size_t(total + 1) * ss, 0);
-    constexpr uint8_t kSignature[8] = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
-    std::memcpy(out.data(), kSignature, sizeof kSignature);
+    std::copy(kCompoundFileSignature.begin(), kCompoundFileSignature.end(), out.begin());
     put16(out, 0x18, 0x3E);  // minor version
     put16(out, 0x1A, options_.sectorShift == 12 ? 4 : 3);
     put16(out, 0x1C, 0xFFFE);  // little-endian
@@ -281,7 +281,9 @@ std::optional<Bytes> Writer::write(CompoundFileLayout* layout) {
         put32(out, at + 0x44, e.left);
         put32(out, at + 0x48, e.right);
         put32(out, at + 0x4C, e.child);
-        if (e.type != kStream) std::memcpy(out.data() + at + 0x50, e.node->clsid.data(), 16);
+        if (e.type != kStream)
+            std::copy(e.node->clsid.begin(), e.node->clsid.end(),
+                      out.begin() + std::ptrdiff_t(at + 0x50));
         if (e.type != kStorage) {
             put32(out, at + 0x74, e.start);
             put64(out, at + 0x78, e.size);
@@ -296,7 +298,7 @@ std::optional<Bytes> Writer::write(CompoundFileLayout* layout) {
         const size_t at = e.size < kMiniStreamCutoff
                               ? sectorOffset(miniStreamStart) + size_t(e.start) * kMiniSectorSize
                               : sectorOffset(e.start);
-        std::memcpy(out.data() + at, e.node->data.data(), size_t(e.size));
+        std::copy_n(e.node->data.begin(), size_t(e.size), out.begin() + std::ptrdiff_t(at));
     }
     return Bytes::adopt(std::move(out));
 }

@@ -19,11 +19,10 @@ DirectoryRecords::DirectoryRecords(const POLE::Storage& storage) : storage_(stor
 
 std::optional<DirectoryRecord> DirectoryRecords::record(const POLE::DirEntry* entry) const {
     const POLE::DirTree* tree = storage_.dirTree();
-    if (!tree || !entry || tree->entryCount() == 0) return std::nullopt;
-    const POLE::DirEntry* first = tree->entry(0);
-    const std::less<const POLE::DirEntry*> before;
-    if (before(entry, first) || !before(entry, first + tree->entryCount())) return std::nullopt;
-    const auto index = uint64_t(entry - first);
+    if (!tree || !entry) return std::nullopt;
+    const auto found = tree->indexOf(entry);
+    if (!found) return std::nullopt;
+    const auto index = uint64_t(*found);
 
     const POLE::StorageIO& io = storage_.io();
     const uint64_t sectorSize = uint64_t(1) << io.header.b_shift;
@@ -43,7 +42,7 @@ std::optional<DirectoryRecord> DirectoryRecords::record(const POLE::DirEntry* en
     size_t end = 0;
     while (end + 1 < length && (raw[end] | raw[end + 1]) != 0)
         end += 2;
-    record.name = utf16leToUTF8(std::span<const uint8_t>(raw.data(), end));
+    record.name = utf16leToUTF8(std::span<const uint8_t>(raw).first(end));
     std::copy_n(raw.begin() + 0x50, 16, record.clsid.begin());
     return record;
 }

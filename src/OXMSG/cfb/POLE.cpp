@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/ByteReader.h"
+#include "platform/ContainerSignatures.h"
 
 namespace POLE {
 
@@ -11,7 +12,6 @@ namespace {
 using qb::ByteReader;
 using qb::Field;
 
-constexpr std::array<uint8_t, 8> kSignature = {0xD0, 0xCF, 0x11, 0xE0, 0xA1, 0xB1, 0x1A, 0xE1};
 constexpr size_t kHeaderSize = 512;
 constexpr size_t kDirEntrySize = 128;
 
@@ -67,11 +67,10 @@ void Header::load(const qb::Bytes& b) {
     ByteReader difat(ByteReader::field(b, header::kDIFAT).value_or(qb::Bytes()));
     for (uint64_t& sector : bb_blocks)
         sector = difat.u32le().value_or(0);
-    dirty = false;
 }
 
 bool Header::hasSignature() const {
-    return id == kSignature;
+    return id == qb::kCompoundFileSignature;
 }
 
 bool Header::valid() const {
@@ -158,6 +157,18 @@ void DirTree::load(const qb::Bytes& directory) {
 
 const DirEntry* DirTree::entry(size_t index) const {
     return index < entries_.size() ? &entries_[index] : nullptr;
+}
+
+std::optional<size_t> DirTree::indexOf(const DirEntry* e) const {
+    // Compared by address through std::less, which orders any two pointers.
+    const std::less<const DirEntry*> before;
+    if (entries_.empty() || before(e, &entries_.front()) || before(&entries_.back(), e))
+        return std::nullopt;
+    // The distance in bytes, not pointer arithmetic: the index is then checked by indexing.
+    const auto offset = reinterpret_cast<uintptr_t>(e) - reinterpret_cast<uintptr_t>(&entries_[0]);
+    const size_t index = size_t(offset / sizeof(DirEntry));
+    if (index < entries_.size() && &entries_[index] == e) return index;
+    return std::nullopt;
 }
 
 std::optional<size_t> DirTree::indexOf(std::string_view path) const {
@@ -372,7 +383,7 @@ std::optional<qb::Bytes> StorageIO::streamData(const DirEntry& e) const {
     return qb::Bytes::adopt(std::move(out));
 }
 
-bool Storage::open(bool, bool) {
+bool Storage::open() {
     return io_->load();
 }
 

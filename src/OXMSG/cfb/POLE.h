@@ -24,17 +24,16 @@ inline constexpr uint64_t kMetaBat = 0xFFFFFFFC;  // a DIFAT sector
 
 struct Header {
     std::array<uint8_t, 8> id{};
-    uint64_t b_shift = 9;         // big-block (sector) size: 1 << b_shift
-    uint64_t s_shift = 6;         // small-block size
-    uint64_t num_bat = 0;         // FAT sectors
-    uint64_t dirent_start = 0;    // first directory sector
-    uint64_t threshold = 4096;    // streams below this live in the mini stream
-    uint64_t sbat_start = 0;      // first mini FAT sector
+    uint64_t b_shift = 9;       // big-block (sector) size: 1 << b_shift
+    uint64_t s_shift = 6;       // small-block size
+    uint64_t num_bat = 0;       // FAT sectors
+    uint64_t dirent_start = 0;  // first directory sector
+    uint64_t threshold = 4096;  // streams below this live in the mini stream
+    uint64_t sbat_start = 0;    // first mini FAT sector
     uint64_t num_sbat = 0;
-    uint64_t mbat_start = 0;      // first DIFAT sector
+    uint64_t mbat_start = 0;  // first DIFAT sector
     uint64_t num_mbat = 0;
     std::array<uint64_t, 109> bb_blocks{};
-    bool dirty = false;
 
     // Reads the first 512 bytes of the file (zeros where the file is shorter).
     void load(const qb::Bytes& header);
@@ -43,7 +42,7 @@ struct Header {
 };
 
 class AllocTable {
-public:
+  public:
     uint64_t blockSize = 4096;
     std::vector<uint64_t> data;
 
@@ -72,11 +71,13 @@ struct DirEntry {
 };
 
 class DirTree {
-public:
+  public:
     // The entries of the directory stream, one per whole 128 bytes.
     void load(const qb::Bytes& directory);
     size_t entryCount() const { return entries_.size(); }
     const DirEntry* entry(size_t index) const;
+    // Where `e` stands among the entries; nothing when it is not one of them.
+    std::optional<size_t> indexOf(const DirEntry* e) const;
     const DirEntry* entry(std::string_view path) const;
     std::optional<size_t> indexOf(std::string_view path) const;
     // Children of a storage in tree order (left subtree, node, right subtree).
@@ -84,7 +85,7 @@ public:
     // Index of the direct child called `name`, 0 when there is none.
     size_t find_child(size_t index, std::string_view name) const;
 
-private:
+  private:
     size_t findSibling(size_t start, std::string_view name) const;
     std::vector<DirEntry> entries_;
 };
@@ -93,7 +94,7 @@ private:
 enum Result { Ok = 0, OpenFailed = 1, NotOLE = 2, BadOLE = 3 };
 
 class StorageIO {
-public:
+  public:
     // Copies of streams are charged to `report` (a new one for this input when null).
     explicit StorageIO(qb::Bytes data, std::shared_ptr<qb::ReadReport> report = nullptr)
         : data_(std::move(data)),
@@ -120,7 +121,7 @@ public:
     std::optional<qb::Bytes> streamData(const DirEntry& e) const;
     const std::shared_ptr<qb::ReadReport>& report() const { return report_; }
 
-private:
+  private:
     // The bytes of big block `b` that exist in the input (may be short at the end).
     qb::Bytes bigBlock(uint64_t b) const;
     qb::Bytes smallBlock(uint64_t s) const;
@@ -129,23 +130,23 @@ private:
 };
 
 class Storage {
-public:
+  public:
     explicit Storage(qb::Bytes data, std::shared_ptr<qb::ReadReport> report = nullptr)
         : io_(std::make_unique<StorageIO>(std::move(data), std::move(report))) {}
-    Storage(const uint8_t* bytes, size_t length) : Storage(qb::Bytes::copy(bytes, length)) {}
 
-    bool open(bool writeAccess = false, bool create = false);
+    // Loads the header, the allocation tables and the directory; read-only, always.
+    bool open();
     int result() const { return io_->result; }
     const DirTree* dirTree() const { return io_->opened ? &io_->dirtree : nullptr; }
     std::vector<const DirEntry*> dirEntries(std::string_view path) const;
     const StorageIO& io() const { return *io_; }
 
-private:
+  private:
     std::unique_ptr<StorageIO> io_;
 };
 
 class Stream {
-public:
+  public:
     Stream(const Storage* storage, std::string_view path);
 
     bool fail() const { return entry_ == nullptr; }
@@ -159,7 +160,7 @@ public:
     // The next byte, or -1 at the end.
     int getch();
 
-private:
+  private:
     const StorageIO* io_ = nullptr;
     const DirEntry* entry_ = nullptr;
     std::string path_;
