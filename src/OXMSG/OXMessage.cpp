@@ -1,3 +1,5 @@
+// The property-stream headers of each storage kind, substorage names decoded to property tags,
+// the named-property map, and transport headers overriding the recipient rows' addresses.
 #include "OXMSG/OXMessage.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,5 @@
+// The .msg reader: turns a compound file's storages and streams into an OutlookMessage; the
+// exporters, the front door and the command line read it through that interface.
 #pragma once
 
 #include <map>

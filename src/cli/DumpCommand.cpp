@@ -1,3 +1,5 @@
+// quillbox dump: TNEF records or the compound-file tree, and every property with its name,
+// nested messages indented, so a damaged file can be inspected as the readers saw it.
 #include <fmt/format.h>
 
 #include <cstdio>

@@ -1,3 +1,5 @@
+// quillbox info: one summary per input, as text or one JSON line, warnings included when the
+// input was read only in part.
 #include <fmt/format.h>
 
 #include <cstdio>

@@ -1,3 +1,5 @@
+// Warnings from the read report, mapped inputs that shrank while read, and exceptions caught
+// per input so one bad file never ends the run.
 #include "cli/MessageInput.h"
 
 #include <fmt/format.h>

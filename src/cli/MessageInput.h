@@ -1,3 +1,5 @@
+// What every command does with an input: open it through the front door, report failures and
+// warnings in one format, and turn the outcome into an exit status.
 #pragma once
 
 #include <cstdint>

@@ -1,3 +1,5 @@
+// Bodies measured, people shown by their Internet address, attachments hashed, and nested
+// messages walked to the readers' own depth limit.
 #include "cli/MessageSummary.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// The summary behind quillbox info, built from the message model alone.
 #pragma once
 
 #include <string>

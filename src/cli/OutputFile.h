@@ -1,3 +1,5 @@
+// Where the single-output commands write: a named file or standard output, with failures
+// reported the same way everywhere.
 #pragma once
 
 #include <optional>

@@ -1,3 +1,4 @@
+// Escaping that makes control characters visible, and long text cut at whole code points.
 #include "cli/ValueSummary.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// Values rendered for the dump and info output, safe to print to a terminal.
 #pragma once
 
 #include <string>

@@ -1,3 +1,5 @@
+// A scan for "cid:" URLs in the raw HTML, with ids unbracketed, percent-decoded and compared
+// without case.
 #include "exporters/ContentIDs.h"
 
 #include <cctype>

@@ -1,3 +1,5 @@
+// Finding the body (string or binary property, in the internet code page) and passing it
+// through the font step unless it nests too deep for the HTML parser.
 #include "exporters/HTMLExporter.h"
 
 #include "exporters/HTMLNesting.h"

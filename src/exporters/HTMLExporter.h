@@ -1,3 +1,5 @@
+// The HTML body exporter, used by the message exporter when the message has no RTF body; it
+// also gives the body as styled text.
 #pragma once
 
 #include <memory>

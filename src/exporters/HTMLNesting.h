@@ -1,3 +1,5 @@
+// A guard for the HTML exporter: bodies nested deeper than the HTML parser can hold keep
+// their own bytes.
 #pragma once
 
 #include <cstddef>

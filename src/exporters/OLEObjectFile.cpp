@@ -1,3 +1,5 @@
+// Tries the packaged file first, then a "Package" stream, then the storage itself written out
+// as a compound file.
 #include "exporters/OLEObjectFile.h"
 
 #include "OXMSG/cfb/CFBEntry.h"

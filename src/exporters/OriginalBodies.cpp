@@ -1,3 +1,5 @@
+// The HTML body from its binary or 8-bit property as stored, and the RTF body as the model
+// decompressed it.
 #include "exporters/OriginalBodies.h"
 
 #include "model/MAPIArray.h"

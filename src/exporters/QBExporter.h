@@ -1,3 +1,5 @@
+// The exporters' common interface: the message exporter gathers these for bodies, attachments
+// and nested messages, and the api layer writes them to a folder or into one .eml.
 #pragma once
 
 #include <memory>

@@ -1,3 +1,5 @@
+// File names made safe before any export reaches the file system; the folder writer numbers
+// collisions with them.
 #pragma once
 
 #include <string>

@@ -1,3 +1,5 @@
+// libzip reads the archive in place from the caller's bytes; the compound file goes through
+// our own reader. Both give nothing for damaged input rather than failing.
 #include "formats/ContainerEntries.h"
 
 #include <zip.h>

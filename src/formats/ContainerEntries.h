@@ -1,3 +1,5 @@
+// Entry names of ZIP archives and compound files, for format detection to tell a .docx from
+// a .zip, or a .msg from a .doc.
 #pragma once
 
 #include <string>

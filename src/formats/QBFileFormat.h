@@ -1,3 +1,5 @@
+// The file-format table: the exporters use it to name and type attachments, and the front
+// door to tell what an input is.
 #pragma once
 
 #include <string>

@@ -1,3 +1,5 @@
+// A table-driven coder of our own; decoding skips anything outside the alphabet, so it
+// never fails on the broken line breaks and padding real mail carries.
 #include "mailkit/Base64.h"
 
 #include <array>

@@ -1,3 +1,5 @@
+// Escaping walks code points and looks each up in a sorted table; decoding takes named
+// entities and numeric references, and leaves a stray "&" as it stands.
 #include "mailkit/HTMLEntities.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// The four escape tables the HTML escapers choose from, each a sorted array of entity and
+// UTF-16 code unit.
 #pragma once
 
 #include <cstddef>

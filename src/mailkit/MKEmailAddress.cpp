@@ -1,3 +1,5 @@
+// Parsing goes through RFC2822Scanner; writing quotes the display name and turns a name
+// beyond ASCII into one encoded word.
 #include "mailkit/MKEmailAddress.h"
 
 #include <fmt/format.h>

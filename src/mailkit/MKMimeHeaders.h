@@ -1,3 +1,5 @@
+// A header block as the MIME parts and exported messages write it: fields in order, folded,
+// non-ASCII values as encoded words.
 #pragma once
 
 #include <memory>

@@ -1,3 +1,5 @@
+// One pass over the lines with continuation joining; non-field lines are skipped rather than
+// failing the block.
 #include "mailkit/MKMimeHeadersParser.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Reading header blocks back: the .msg reader takes a message's transport headers through
+// this for its addresses and decoded values.
 #pragma once
 
 #include <optional>

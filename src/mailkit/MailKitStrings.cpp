@@ -1,3 +1,4 @@
+// Capitalisation restarts after each "-" and white space; the rest are one-liners.
 #include "mailkit/MailKitStrings.h"
 
 #include <cctype>

@@ -1,3 +1,5 @@
+// Small string helpers of the mail toolkit, chiefly the capitalised form header names are
+// stored and written in.
 #pragma once
 
 #include <cstdint>

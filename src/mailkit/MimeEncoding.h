@@ -1,3 +1,5 @@
+// The text codings of mail: encoded words, quoted-printable and percent escapes, with the
+// choice of charset. Header writing and parsing build on it.
 #pragma once
 
 #include <optional>

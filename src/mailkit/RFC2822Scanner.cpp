@@ -1,3 +1,5 @@
+// A hand-written recursive scanner: comments nest at most 64 deep, and a failed alternative
+// rewinds to where it started instead of consuming input.
 #include "mailkit/RFC2822Scanner.h"
 
 #include <fmt/format.h>

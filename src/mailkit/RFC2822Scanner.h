@@ -1,3 +1,5 @@
+// The address-list scanner behind MKEmailAddress: header values from message files, with
+// comments, groups and obsolete forms.
 #pragma once
 
 #include <optional>

@@ -1,3 +1,5 @@
+// OpenSSL for the HMAC and the short hash; mkstemps for a temporary file that keeps its
+// extension.
 #include "mailkit/StringDigests.h"
 
 #include <openssl/evp.h>

@@ -1,3 +1,5 @@
+// Boundaries drawn from the parts themselves, so exporting the same message twice gives the
+// same bytes; text goes as 7bit when it can, else UTF-8 quoted-printable.
 #include "mime/ContentCoders.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,5 @@
+// The MIME builder the exporters use: each body and attachment becomes a part, and the parts
+// a multipart entity or a whole message.
 #pragma once
 
 #include <string>

@@ -1,3 +1,4 @@
+// The media type read back from the Content-Type field, and the part serialised for output.
 #include "mime/EDMessagePart.h"
 
 #include <cctype>

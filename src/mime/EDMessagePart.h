@@ -1,3 +1,5 @@
+// The unit the MIME builder produces and the exporters hand around: a header set and an
+// encoded body.
 #pragma once
 
 #include <memory>

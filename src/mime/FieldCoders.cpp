@@ -1,3 +1,5 @@
+// Encoded words that never split a character, mailboxes that fall back to an empty group for
+// X.500-only senders, and RFC 2231 continuations for long or non-ASCII file names.
 #include "mime/FieldCoders.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// Media types by file extension, for attachment parts and the names the exporters give files.
 #pragma once
 
 #include <string>

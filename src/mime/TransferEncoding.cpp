@@ -1,3 +1,5 @@
+// Base64 written straight into a presized buffer, since attachments can be very large;
+// quoted-printable soft breaks never cut an escape.
 #include "mime/TransferEncoding.h"
 #include "platform/HexDigits.h"
 

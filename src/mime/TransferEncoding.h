@@ -1,3 +1,4 @@
+// Content transfer encodings for the bodies the MIME builder writes.
 #pragma once
 
 #include <string>

@@ -1,3 +1,5 @@
+// Parsing written addresses (a header mailbox first, the loose split otherwise) and the
+// locked accessors that let readers fill in an SMTP address after construction.
 #include "model/Address.h"
 
 #include <fmt/format.h>

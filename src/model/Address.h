@@ -1,3 +1,5 @@
+// Senders and recipients in the message model: both readers make them from properties or
+// header text, and the exporters write them into headers, metadata and views.
 #pragma once
 
 #include <cstdint>

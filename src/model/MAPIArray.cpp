@@ -1,3 +1,4 @@
+// Linear searches over the list, then the typed views of the first value.
 #include "model/MAPIArray.h"
 
 #include "model/PropertyTags.h"

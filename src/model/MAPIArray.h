@@ -1,3 +1,5 @@
+// Property lookups by tag over a message's or attachment's property list; the readers, the
+// model and the exporters all find their fields this way.
 #pragma once
 
 #include <cstdint>

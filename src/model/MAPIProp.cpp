@@ -1,3 +1,5 @@
+// The TNEF property-list parser: named-property headers, value counts cut to what the bytes
+// can hold, and every header and value charged to the input's work budget.
 #include "model/MAPIProp.h"
 
 #include <fmt/format.h>

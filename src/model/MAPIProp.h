@@ -1,3 +1,5 @@
+// One MAPI property of the message model, made by both readers; the TNEF reader parses whole
+// property lists through propertiesOfMessage.
 #pragma once
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// GUIDs in registry form and the description the dump command prints.
 #include "model/MAPIPropName.h"
 
 #include <fmt/format.h>

@@ -1,3 +1,5 @@
+// A named property's identity (property set plus number or string), attached to properties
+// by both readers and matched by the named-property lookups.
 #pragma once
 
 #include <cstdint>

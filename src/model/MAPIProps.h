@@ -1,3 +1,5 @@
+// Readable names of property tags, for the descriptions and the dump command only; nothing
+// reads a message by name.
 #pragma once
 
 #include <cstdint>

@@ -1,3 +1,5 @@
+// Property values in the message model: a window onto the reader's buffer, decoded on first
+// use into numbers, dates, text, bytes or an embedded message or storage.
 #pragma once
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// The reader's own date first, then the submit and delivery time properties.
 #include "model/MessageDate.h"
 
 #include "model/MAPIArray.h"

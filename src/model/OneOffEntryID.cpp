@@ -1,3 +1,4 @@
+// Checks the one-off provider id, then reads three terminated strings in 8-bit or UTF-16.
 #include "model/OneOffEntryID.h"
 
 #include <cctype>

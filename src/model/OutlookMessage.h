@@ -1,3 +1,5 @@
+// The message model's core: the interface the TNEF and .msg readers implement and every
+// exporter, the front door and the command line read.
 #pragma once
 
 #include <memory>

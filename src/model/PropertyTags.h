@@ -1,3 +1,5 @@
+// Property types and the tags the readers, exporters and command line look up, as numbers
+// shared by every layer above the model.
 #pragma once
 
 #include <cstdint>

@@ -1,3 +1,5 @@
+// Building the sender and recipient lists from property rows; the readers call these after
+// reading a message's recipient table.
 #pragma once
 
 #include <initializer_list>

@@ -1,3 +1,4 @@
+// Making buffers without copying (adopting a vector or a string) and cutting checked windows.
 #include "platform/Bytes.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// The byte buffer every layer passes around: readers hand out windows onto their input
+// (attributes, property values, attachment data) instead of copies.
 #pragma once
 
 #include <cstddef>

@@ -1,3 +1,5 @@
+// Dates in UTC seconds: made by the readers from FILETIME ticks or TNEF date fields, written
+// as RFC 3339 in metadata and as RFC 2822 in mail headers.
 #pragma once
 
 #include <chrono>

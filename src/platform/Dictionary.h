@@ -1,3 +1,5 @@
+// The dictionary type for metadata the exporters write, the outer headers a TNEF reader is
+// given and the command line's JSON output.
 #pragma once
 
 #include <nlohmann/json.hpp>

@@ -1,3 +1,4 @@
+// One OpenSSL call per digest, over the buffer where it lies.
 #include "platform/Digest.h"
 #include "platform/HexDigits.h"
 

@@ -1,3 +1,5 @@
+// SHA-256 and MD5 of bytes: attachment hashes in `info` and the export manifest, and the
+// string digests of mailkit.
 #pragma once
 
 #include <string>

@@ -1,3 +1,5 @@
+// Getting an input's bytes: the command line and the front door read files and standard
+// input through this before any reader sees them.
 #pragma once
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// Translatable user-facing texts (TNEF error descriptions, the front door's reasons).
 #pragma once
 
 #include <map>

@@ -1,3 +1,4 @@
+// The sink is process-wide and called under a lock, so lines from worker threads never mix.
 #include "platform/Log.h"
 
 #include <cstdio>

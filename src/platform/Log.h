@@ -1,3 +1,5 @@
+// The log lines the readers write about odd input go to one replaceable sink; tests swap it
+// to assert on the exact lines.
 #pragma once
 
 #include <fmt/format.h>

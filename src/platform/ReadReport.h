@@ -1,3 +1,5 @@
+// Filled by the readers (TNEF, property lists, compound-file streams) and read by the front
+// door and the command line to report warnings and partial reads.
 #pragma once
 
 #include <cstdint>

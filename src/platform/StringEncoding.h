@@ -1,3 +1,5 @@
+// Text encodings for every layer: code pages, charset names and message bytes become UTF-8
+// here, and this is the only place that talks to ICU's converters.
 #pragma once
 
 #include <cstdint>

@@ -1,3 +1,5 @@
+// UUIDs for MIME boundaries: random ones, and name-based ones so the same parts always get
+// the same boundary.
 #pragma once
 
 #include <memory>

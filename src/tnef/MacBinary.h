@@ -1,3 +1,5 @@
+// Unwrapping MacBinary: attachments sent from Macs may carry their file wrapped this way, and
+// TNEFAttachment hands out the data fork instead.
 #pragma once
 
 #include <optional>

@@ -1,3 +1,4 @@
+// A linear search by id and type; the first match wins.
 #include "tnef/TNEFArray.h"
 
 namespace qb {

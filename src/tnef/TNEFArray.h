@@ -1,3 +1,5 @@
+// Attribute lookups over a TNEF attribute list: the TNEF reader and its attachments, and the
+// plain-text exporter and command line for what only a record carries (attBody).
 #pragma once
 
 #include <cstdint>

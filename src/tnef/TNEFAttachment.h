@@ -1,3 +1,5 @@
+// The attachment of the message model, made by both readers; the exporters take names, types
+// and content from it.
 #pragma once
 
 #include <memory>

@@ -1,3 +1,4 @@
+// The description the dump command and attribute descriptions print.
 #include "tnef/TNEFAttachmentRendData.h"
 
 #include <fmt/format.h>

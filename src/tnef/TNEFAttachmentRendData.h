@@ -1,3 +1,5 @@
+// The rendering record that opens each attachment in a TNEF stream; its type tells an OLE
+// object from a file.
 #pragma once
 
 #include <cstdint>

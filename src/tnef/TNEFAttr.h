@@ -1,3 +1,5 @@
+// One record of a TNEF stream, decoded by type; the TNEF reader makes them, and the dump
+// command and attribute lookups read them.
 #pragma once
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// A plain byte sum, truncated to 16 bits.
 #include "tnef/TNEFChecksum.h"
 
 namespace qb {

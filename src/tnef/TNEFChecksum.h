@@ -1,3 +1,4 @@
+// The per-record checksum the TNEF reader checks when checksums are not ignored.
 #pragma once
 
 #include <cstdint>

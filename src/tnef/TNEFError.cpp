@@ -1,3 +1,4 @@
+// The user-facing texts for each code, looked up in the library's string table.
 #include "tnef/TNEFError.h"
 
 #include "platform/Localized.h"

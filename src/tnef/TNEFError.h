@@ -1,3 +1,4 @@
+// The TNEF reader's own error values; the front door turns them into its ReadError.
 #pragma once
 
 #include <string>

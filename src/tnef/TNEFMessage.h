@@ -1,3 +1,5 @@
+// The TNEF reader: turns a winmail.dat stream into an OutlookMessage, attachments grouped and
+// fields derived; the exporters, the front door and the command line read it.
 #pragma once
 
 #include <memory>

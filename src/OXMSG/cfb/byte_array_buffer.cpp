@@ -1,3 +1,4 @@
+// Reads, put-back and bounded seeks over the span; nothing is copied or buffered.
 #include "OXMSG/cfb/byte_array_buffer.h"
 
 namespace POLE {

@@ -1,3 +1,4 @@
+// A std::streambuf over bytes in memory, for code that wants to read a buffer as an istream.
 #pragma once
 
 #include <cstdint>
