@@ -1,3 +1,5 @@
+// The quillbox commands (dump, info, rtf, extract, eml), one function each; main.cpp parses
+// the command line and calls them, and each turns library results into output and exit status.
 #pragma once
 
 #include <optional>

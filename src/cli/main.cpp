@@ -1,3 +1,5 @@
+// quillbox's entry point: the command-line grammar, usage errors (exit 2) and the dispatch
+// to the commands.
 #include <CLI/CLI.hpp>
 
 #include <cstdio>

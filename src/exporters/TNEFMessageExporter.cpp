@@ -1,3 +1,4 @@
+// Building the exporter tree step by step, and assembling the MIME message from it.
 #include "exporters/TNEFMessageExporter.h"
 
 #include <set>

@@ -1,3 +1,5 @@
+// The message exporter: the root of the exporter tree that extract, eml and the library's
+// front door build for one message (bodies, attachments, nested messages, metadata, MIME).
 #pragma once
 
 #include <memory>

@@ -1,3 +1,4 @@
+// The MAPI type table and the answers derived from it.
 #include "model/MAPITypes.h"
 
 #include <array>
