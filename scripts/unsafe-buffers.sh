@@ -36,6 +36,8 @@ if [[ -z $cxx ]]; then
 fi
 echo "$0: checking with $($cxx --version | head -1)" >&2
 
+# Configuring needs the build's own packages.
+scripts/install-deps.sh
 # Only the compile commands are wanted, not a build.
 cmake -S . -B "$build" -G Ninja -DCMAKE_CXX_COMPILER="$cxx" -DQB_BUILD_TESTS=OFF \
   -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >/dev/null

@@ -23,8 +23,9 @@ class PropertySet {
         if (registry.size() != 38 || registry[0] != '{' || registry[37] != '}')
             throw "a property set is written {XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}";
         // Where each stored byte's two hex digits sit in the registry form.
-        constexpr size_t kDigits[16] = {7, 5, 3, 1, 12, 10, 17, 15, 20, 22, 25, 27, 29, 31, 33, 35};
-        for (size_t i = 0; i < 16; ++i)
+        constexpr std::array<size_t, 16> kDigits{7,  5,  3,  1,  12, 10, 17, 15,
+                                                 20, 22, 25, 27, 29, 31, 33, 35};
+        for (size_t i = 0; i < kDigits.size(); ++i)
             bytes_[i] = uint8_t(hex(registry[kDigits[i]]) << 4 | hex(registry[kDigits[i] + 1]));
     }
 

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstring>
 #include <functional>
+#include <span>
 
 #include "platform/StringEncoding.h"
 
@@ -45,7 +46,8 @@ std::optional<DirectoryRecord> DirectoryRecords::record(const POLE::DirEntry* en
     while (end + 1 < length && (raw[end] | raw[end + 1]) != 0)
         end += 2;
     record.name = utf16leToUTF8(std::span<const uint8_t>(raw).first(end));
-    std::copy_n(raw.begin() + 0x50, 16, record.clsid.begin());
+    const auto clsid = std::span<const uint8_t>(raw).subspan(0x50, 16);
+    std::copy(clsid.begin(), clsid.end(), record.clsid.begin());
     return record;
 }
 
