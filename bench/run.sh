@@ -57,25 +57,29 @@ hostile_rows=()
 measure_hostile() {
     local input=$1 label=$2
     shift 2
-    local times=() rss=0 status=0
+    local times=() cpus=() rss=0 status=0
     for ((i = 0; i < 3; i++)); do
         rm -rf "$outroot/out"
         mkdir -p "$outroot/out"
         status=0
-        /usr/bin/time -f "%e %M" -o "$work/time" "$@" >/dev/null 2>"$work/err" || status=$?
+        /usr/bin/time -f "%e %M %U %S" -o "$work/time" "$@" >/dev/null 2>"$work/err" || status=$?
         if ((status != 0 && status != 1 && status != 3)); then
             echo "$label $input: exit $status" >&2
             cat "$work/err" >&2
             exit 1
         fi
-        read -r t m < <(tail -n 1 "$work/time")
+        read -r t m u s < <(tail -n 1 "$work/time")
         times+=("$t")
+        # On a shared machine the wall clock counts waiting for a core; the processor time
+        # (user + system) is what the command itself costs.
+        cpus+=("$(awk -v u="$u" -v s="$s" 'BEGIN { printf "%.2f", u + s }')")
         ((m > rss)) && rss=$m
     done
-    local median
+    local median cpu
     median=$(printf '%s\n' "${times[@]}" | sort -n | sed -n 2p)
-    hostile_rows+=("| $input ($(du -k "$work/hostile/$input" | cut -f1) KB) | $label | $status | $median | $((rss / 1024)) |")
-    echo "$input $label: exit $status, ${median}s, $((rss / 1024)) MB" >&2
+    cpu=$(printf '%s\n' "${cpus[@]}" | sort -n | sed -n 2p)
+    hostile_rows+=("| $input ($(du -k "$work/hostile/$input" | cut -f1) KB) | $label | $status | $median | $cpu | $((rss / 1024)) |")
+    echo "$input $label: exit $status, ${median}s (cpu ${cpu}s), $((rss / 1024)) MB" >&2
 }
 
 run_hostile() {
@@ -93,11 +97,12 @@ run_hostile() {
         echo "## Hostile inputs"
         echo
         echo "Crafted inputs (make-samples --hostile), each at two sizes (-1, -2: the count that"
-        echo "makes the work doubled). Median of 3 runs; $(date -u +%Y-%m-%d); load average at the"
+        echo "makes the work doubled). Median of 3 runs, wall clock and processor time (user +"
+        echo "system); $(date -u +%Y-%m-%d); load average at the"
         echo "end: $(cut -d' ' -f1-3 /proc/loadavg) on $(nproc) cores."
         echo
-        echo "| input | command | exit | median s | peak RSS MB |"
-        echo "|---|---|---|---|---|"
+        echo "| input | command | exit | median s | median cpu s | peak RSS MB |"
+        echo "|---|---|---|---|---|---|"
         printf '%s\n' "${hostile_rows[@]}"
     } >"$work/hostile.md"
     # Replace the section in results.md, keeping what comes before it.

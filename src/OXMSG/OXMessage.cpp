@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <unordered_map>
 
 #include "mailkit/MKMimeHeadersParser.h"
 #include "model/CodePage.h"
@@ -13,11 +14,11 @@
 #include "model/MAPITypes.h"
 #include "model/PropertyTags.h"
 #include "model/Recipients.h"
+#include "platform/AsciiCase.h"
 #include "platform/ByteReader.h"
 #include "platform/ContainerSignatures.h"
 #include "platform/HexDigits.h"
 #include "platform/Log.h"
-#include "platform/AsciiCase.h"
 
 namespace qb {
 
@@ -223,9 +224,20 @@ std::shared_ptr<MAPIProp> OXMessage::processProperty(const CFBEntry& stream) con
 
 MAPIPropList OXMessage::processPropEntries(const CFBEntry& storage) const {
     MAPIPropList props;
+    // A property has one type; a second stream for the same id under another type means the
+    // file contradicts itself. Both values are kept, and the reader says so.
+    std::unordered_map<uint32_t, uint32_t> typeOfId;
     for (const auto& child : storage.entries()) {
         if (!child->isDocumentEntry() || !child->name().starts_with(kSubstgPrefix)) continue;
-        if (auto p = processProperty(*child)) props.push_back(std::move(p));
+        auto p = processProperty(*child);
+        if (!p) continue;
+        const auto [seen, first] = typeOfId.emplace(p->name(), p->type());
+        if (!first && seen->second != p->type())
+            report()->warn(
+                fmt::format("property 0x{:04X} is stored twice, as {} and as {}", p->name(),
+                            propTypeName(seen->second), propTypeName(p->type())),
+                child->fileOffset());
+        props.push_back(std::move(p));
     }
     return props;
 }

@@ -410,5 +410,25 @@ TEST(OXMessage, RandomDamageNeverCrashes) {
     }
 }
 
+TEST(OXMessage, APropertyStoredUnderTwoTypesIsKeptAndReported) {
+    MsgFile f;
+    f.root.string8(0x001A, "IPM.Note").unicode(0x0070, "Topic").binary(0x0070, "\x01\x02");
+    auto m = OXMessage::create(Bytes::fromString(f.write()));
+    ASSERT_TRUE(m);
+    EXPECT_EQ(stringForProperty(m->mapiprops(), PR_CONVERSATION_TOPIC), "Topic");
+    EXPECT_TRUE(findPropID(*m->mapiprops(), 0x0070, PT_BINARY));
+    const auto warnings = m->report()->warnings();
+    ASSERT_EQ(warnings.size(), 1u);
+    EXPECT_EQ(warnings[0].text, "property 0x0070 is stored twice, as PT_UNICODE and as PT_BINARY");
+    EXPECT_TRUE(warnings[0].offset);
+
+    // Each property once: nothing to report.
+    MsgFile same;
+    same.root.string8(0x001A, "IPM.Note").unicode(0x0037, "a");
+    auto plain = OXMessage::create(Bytes::fromString(same.write()));
+    ASSERT_TRUE(plain);
+    EXPECT_TRUE(plain->report()->warnings().empty());
+}
+
 }  // namespace
 }  // namespace qb

@@ -16,14 +16,16 @@ namespace {
 namespace fs = std::filesystem;
 using test::corpusDir;
 
-// Files whose bytes run out or run on: a record cut or followed by bytes that are no record,
-// a property count past the data, sectors past the end of the file.
+// Files whose bytes run out or run on (a record cut or followed by bytes that are no record,
+// a property count past the data, sectors past the end of the file) or that contradict
+// themselves (one property stored under two types).
 const std::set<std::string> kDamaged = {
     "oom.tnef",
     "garbage-at-end.tnef",
     "bug52400-winmail-simple.dat",
     "bug52400-winmail-with-attachments.dat",
     "clusterfuzz-testcase-minimized-POIHSMFFuzzer-4735011465854976.msg",
+    "clusterfuzz-testcase-minimized-POIHSMFFuzzer-4848576776503296.msg",
 };
 
 std::vector<fs::path> corpusFiles() {
