@@ -4,10 +4,15 @@
 //                                       picture (half of it as hex digits)
 //   rtf-bench convert FILE             prints seconds and MB/s of RTF → styled text → HTML
 //   rtf-bench html FILE OUT            writes the page, to look at
+//   rtf-bench linearity MEGABYTES      converts documents of that size and of ten times it
+//                                       (made in memory), best of 5 each, and says whether the
+//                                       time grew at most as the size did (exit status 1 if not)
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <optional>
 #include <string>
 
 #include "platform/FileData.h"
@@ -52,6 +57,37 @@ std::string document(size_t bytes) {
     return rtf;
 }
 
+// RTF → styled text → page, as the RTF body exporter does it. Both are kept, so that the
+// time taken to free them is not counted.
+struct Converted {
+    std::optional<qb::StyledText> styled;
+    std::string html;
+};
+
+Converted convert(const qb::Bytes& rtf) {
+    Converted c{qb::readRTF(rtf), {}};
+    if (!c.styled) return c;
+    c.styled->changeFontByPointSize(2.0);
+    c.html = qb::htmlOfStyledText(*c.styled, 2 * rtf.size());
+    return c;
+}
+
+double secondsOf(const qb::Bytes& rtf) {
+    const auto start = std::chrono::steady_clock::now();
+    const Converted c = convert(rtf);
+    const double seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    if (c.html.empty()) std::exit(1);
+    return seconds;
+}
+
+double bestSecondsOf(const qb::Bytes& rtf, int runs) {
+    double best = secondsOf(rtf);
+    for (int i = 1; i < runs; ++i)
+        best = std::min(best, secondsOf(rtf));
+    return best;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -65,15 +101,27 @@ int main(int argc, char** argv) {
         auto rtf = qb::readFileData(argv[2]);
         if (!rtf) return 1;
         const auto start = std::chrono::steady_clock::now();
-        auto styled = qb::readRTF(*rtf);
-        if (!styled) return 1;
-        styled->changeFontByPointSize(2.0);
-        const std::string html = qb::htmlOfStyledText(*styled, 2 * rtf->size());
+        const Converted c = convert(*rtf);
         const double seconds =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        if (c.html.empty()) return 1;
         std::printf("%.3f %.0f %zu\n", seconds, static_cast<double>(rtf->size()) / 1e6 / seconds,
-                    html.size());
+                    c.html.size());
         return 0;
+    }
+    if (mode == "linearity" && argc == 3) {
+        const size_t megabytes = std::strtoull(argv[2], nullptr, 10);
+        if (megabytes == 0 || megabytes > 100) return 2;
+        const auto small = qb::Bytes::fromString(document(megabytes << 20));
+        const auto large = qb::Bytes::fromString(document((10 * megabytes) << 20));
+        const double a = bestSecondsOf(small, 5), b = bestSecondsOf(large, 5);
+        const double sizeRatio =
+            static_cast<double>(large.size()) / static_cast<double>(small.size());
+        const bool linear = b / a <= sizeRatio;
+        // Sizes in bytes, best seconds of each, the two ratios, the verdict.
+        std::printf("%zu %.4f %zu %.4f %.2f %.2f %s\n", small.size(), a, large.size(), b, b / a,
+                    sizeRatio, linear ? "linear" : "slower-than-linear");
+        return linear ? 0 : 1;
     }
     if (mode == "html" && argc == 4) {
         auto rtf = qb::readFileData(argv[2]);

@@ -5,14 +5,21 @@
 # sync.
 # Median of 5 runs (wall clock); peak RSS from /usr/bin/time. Writes bench/results.md.
 # With --hostile, only the crafted hostile inputs (each at two sizes) are run, every command
-# on each, and their section of bench/results.md is rewritten.
-#   bench/run.sh [--hostile] [WORKDIR]      (default: a temporary folder, removed at the end)
+# on each, and their section of bench/results.md is rewritten; with --rich, only the rich text
+# conversion, and its section.
+#   bench/run.sh [--hostile | --rich] [WORKDIR]   (default: a temporary folder, removed at the end)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 hostile=
+rich=
 if [[ "${1:-}" == --hostile ]]; then hostile=yes; shift; fi
+if [[ "${1:-}" == --rich ]]; then rich=yes; shift; fi
 QB_EXTRA_PACKAGES="time" scripts/install-deps.sh
-scripts/build.sh build >/dev/null
+if [[ -n "$rich" ]]; then
+    cmake --build build -j2 --target rtf-bench >/dev/null
+else
+    scripts/build.sh build >/dev/null
+fi
 
 work=${1:-$(mktemp -d)}
 keep=${1:+yes}
@@ -106,8 +113,68 @@ run_hostile() {
     cat "$work/hostile.md"
 }
 
+# Rich text: RTF → styled text → page, in the process (no start-up or file writing), for a
+# document of 20 MB (formatted paragraphs, a table every 20 paragraphs, a 5 MB picture as hex
+# digits) and one of 2 MB of the same kind; then the 10× check: the same two sizes made in
+# memory, best of 5 each, the time may grow at most as much as the size.
+run_rich() {
+    local rtfrows=()
+    for mb in 2 20; do
+        build/rtf-bench make "$mb" "$work/rich-$mb.rtf"
+        local best= bestmbps= rss=0
+        for ((i = 0; i < runs; i++)); do
+            /usr/bin/time -f "%M" -o "$work/time" build/rtf-bench convert "$work/rich-$mb.rtf" >"$work/rtf-out"
+            read -r secs mbps _ <"$work/rtf-out"
+            m=$(cat "$work/time")
+            ((m > rss)) && rss=$m
+            if [[ -z "$best" ]] || awk -v a="$secs" -v b="$best" 'BEGIN { exit !(a < b) }'; then
+                best=$secs
+                bestmbps=$mbps
+            fi
+        done
+        local bytes
+        bytes=$(stat -c %s "$work/rich-$mb.rtf")
+        local size ratio
+        size=$(awk -v b="$bytes" 'BEGIN { printf "%.1f", b / 1048576 }')
+        ratio=$(awk -v r="$rss" -v b="$bytes" 'BEGIN { printf "%.1f", r * 1024 / b }')
+        rtfrows+=("| $size MB | $best | $bestmbps | $((rss / 1024)) | ${ratio}× |")
+        echo "rich text $size MB: ${best}s, ${bestmbps} MB/s, $((rss / 1024)) MB (${ratio}× the input)" >&2
+    done
+    local s1 t1 s2 t2 tr sr verdict
+    read -r s1 t1 s2 t2 tr sr verdict < <(build/rtf-bench linearity 2 || true)
+    echo "10× check: ${t1}s for $s1 bytes, ${t2}s for $s2 bytes: time ×$tr for size ×$sr, $verdict" >&2
+    {
+        echo "## Rich text to HTML"
+        echo
+        echo "Best of $runs, conversion only (bench/rtf_bench.cpp); peak RSS of the process (the most"
+        echo "of the $runs runs), input included, and as a multiple of the input's size."
+        echo
+        echo "| RTF size | seconds | MB/s | peak RSS MB | RSS / input |"
+        echo "|---|---|---|---|---|"
+        printf '%s\n' "${rtfrows[@]}"
+        echo
+        echo "10× check (rtf-bench linearity 2, documents made in memory, best of 5 each): $s1 bytes"
+        echo "in ${t1} s, $s2 bytes in ${t2} s; the time grew ×$tr for ×$sr the size: $verdict."
+        echo
+    } >"$work/rich.md"
+}
+
 if [[ -n "$hostile" ]]; then
     run_hostile
+    [[ -n "$keep" ]] || rm -rf "$work"
+    exit 0
+fi
+
+if [[ -n "$rich" ]]; then
+    run_rich
+    # Replace the section in results.md, keeping what comes before and after it.
+    {
+        sed -n '/^## Rich text to HTML/q;p' bench/results.md
+        cat "$work/rich.md"
+        sed -n '/^## Hostile inputs/,$p' bench/results.md
+    } >"$work/results.md"
+    cp "$work/results.md" bench/results.md
+    cat "$work/rich.md"
     [[ -n "$keep" ]] || rm -rf "$work"
     exit 0
 fi
@@ -133,23 +200,7 @@ measure "quillbox extract" "5000 small files" sh -c "'$q' extract '$work'/in/sma
 measure "cp (same output tree)" "5000 small files" cp -r "$outroot/split-small" "$outroot/out/"
 measure "quillbox info --json" "5000 small files" sh -c "'$q' info --json '$work'/in/small/*"
 
-# Rich text: RTF → styled text → page, in the process (no start-up or file writing), for a
-# document of 20 MB (formatted paragraphs, a table every 20 paragraphs, a 5 MB picture as hex
-# digits) and one of 2 MB of the same kind, to show the cost grows with the size.
-rtfrows=()
-for mb in 2 20; do
-    build/rtf-bench make "$mb" "$work/rich-$mb.rtf"
-    best=
-    for ((i = 0; i < runs; i++)); do
-        /usr/bin/time -f "%M" -o "$work/time" build/rtf-bench convert "$work/rich-$mb.rtf" >"$work/rtf-out"
-        read -r secs mbps _ <"$work/rtf-out"
-        rss=$(cat "$work/time")
-        [[ -z "$best" ]] || awk -v a="$secs" -v b="$best" 'BEGIN { exit !(a < b) }' && { best=$secs; bestmbps=$mbps; }
-    done
-    size=$(du -m "$work/rich-$mb.rtf" | cut -f1)
-    rtfrows+=("| $size MB | $best | $bestmbps | $((rss / 1024)) |")
-    echo "rich text $size MB: ${best}s, ${bestmbps} MB/s, $((rss / 1024)) MB" >&2
-done
+run_rich
 
 {
     echo "# Benchmark results"
@@ -162,14 +213,7 @@ done
     echo "|---|---|---|---|"
     printf '%s\n' "${rows[@]}"
     echo
-    echo "## Rich text to HTML"
-    echo
-    echo "Best of $runs, conversion only (bench/rtf_bench.cpp); peak RSS of the process, input included."
-    echo
-    echo "| RTF size | seconds | MB/s | peak RSS MB |"
-    echo "|---|---|---|---|"
-    printf '%s\n' "${rtfrows[@]}"
-    echo
+    cat "$work/rich.md"
 } >"$work/results.md"
 # The hostile section stays until bench/run.sh --hostile writes it again.
 [[ -f bench/results.md ]] && sed -n '/^## Hostile inputs/,$p' bench/results.md >>"$work/results.md"
