@@ -2,15 +2,15 @@
 // picture) and times its conversion to a page, as the RTF body exporter does it.
 //   rtf-bench make MEGABYTES FILE      a document of about that size; a quarter of it is the
 //                                       picture (half of it as hex digits)
-//   rtf-bench convert FILE             prints seconds and MB/s of RTF → styled text → HTML
+//   rtf-bench convert FILE             prints seconds and MB/s of RTF → styled text → HTML,
+//                                       the page's size and the CPU seconds the conversion took
+//                                       (which waiting for the cores of a shared machine does
+//                                       not count)
 //   rtf-bench html FILE OUT            writes the page, to look at
-//   rtf-bench linearity MEGABYTES      converts documents of that size and of ten times it
-//                                       (made in memory), best of 5 each, and says whether the
-//                                       time grew at most as the size did (exit status 1 if not)
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <optional>
 #include <string>
@@ -72,22 +72,6 @@ Converted convert(const qb::Bytes& rtf) {
     return c;
 }
 
-double secondsOf(const qb::Bytes& rtf) {
-    const auto start = std::chrono::steady_clock::now();
-    const Converted c = convert(rtf);
-    const double seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    if (c.html.empty()) std::exit(1);
-    return seconds;
-}
-
-double bestSecondsOf(const qb::Bytes& rtf, int runs) {
-    double best = secondsOf(rtf);
-    for (int i = 1; i < runs; ++i)
-        best = std::min(best, secondsOf(rtf));
-    return best;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -101,27 +85,15 @@ int main(int argc, char** argv) {
         auto rtf = qb::readFileData(argv[2]);
         if (!rtf) return 1;
         const auto start = std::chrono::steady_clock::now();
+        const std::clock_t cpuStart = std::clock();
         const Converted c = convert(*rtf);
+        const double cpu = static_cast<double>(std::clock() - cpuStart) / CLOCKS_PER_SEC;
         const double seconds =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         if (c.html.empty()) return 1;
-        std::printf("%.3f %.0f %zu\n", seconds, static_cast<double>(rtf->size()) / 1e6 / seconds,
-                    c.html.size());
+        std::printf("%.3f %.0f %zu %.4f\n", seconds,
+                    static_cast<double>(rtf->size()) / 1e6 / seconds, c.html.size(), cpu);
         return 0;
-    }
-    if (mode == "linearity" && argc == 3) {
-        const size_t megabytes = std::strtoull(argv[2], nullptr, 10);
-        if (megabytes == 0 || megabytes > 100) return 2;
-        const auto small = qb::Bytes::fromString(document(megabytes << 20));
-        const auto large = qb::Bytes::fromString(document((10 * megabytes) << 20));
-        const double a = bestSecondsOf(small, 5), b = bestSecondsOf(large, 5);
-        const double sizeRatio =
-            static_cast<double>(large.size()) / static_cast<double>(small.size());
-        const bool linear = b / a <= sizeRatio;
-        // Sizes in bytes, best seconds of each, the two ratios, the verdict.
-        std::printf("%zu %.4f %zu %.4f %.2f %.2f %s\n", small.size(), a, large.size(), b, b / a,
-                    sizeRatio, linear ? "linear" : "slower-than-linear");
-        return linear ? 0 : 1;
     }
     if (mode == "html" && argc == 4) {
         auto rtf = qb::readFileData(argv[2]);

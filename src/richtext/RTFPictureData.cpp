@@ -39,17 +39,6 @@ constexpr std::array<int8_t, 256> kValues = [] {
     return t;
 }();
 
-// The byte every two bytes stand for when both are hex digits (indexed by the first byte
-// and the second, first in the high bits), -1 otherwise: a pair of digits is one look-up.
-constexpr std::array<int16_t, 65536> kPairs = [] {
-    std::array<int16_t, 65536> t{};
-    for (size_t i = 0; i < t.size(); ++i) {
-        const int hi = kValues[i >> 8], lo = kValues[i & 0xFF];
-        t[i] = static_cast<int16_t>(hi >= 0 && lo >= 0 ? hi << 4 | lo : -1);
-    }
-    return t;
-}();
-
 // Decodes sixteen digits at a time into `out` while every one is a hex digit, where the
 // processor has the instructions for it; how many bytes it wrote.
 size_t decodeDigitBlocks(const unsigned char* p, size_t size, uint8_t* out) {
@@ -118,9 +107,9 @@ void RTFPictureData::addHexText(std::string_view text) {
             p += 2 * whole;
             out += whole;
             while (end - p >= 2) {
-                const int v = kPairs[size_t{p[0]} << 8 | p[1]];
-                if (v < 0) break;
-                *out++ = static_cast<uint8_t>(v);
+                const int hi = kValues[p[0]], lo = kValues[p[1]];
+                if ((hi | lo) < 0) break;
+                *out++ = static_cast<uint8_t>(hi << 4 | lo);
                 p += 2;
             }
             if (p == end) break;
