@@ -48,6 +48,10 @@ struct GroupState {
 struct Field {
     size_t depth;
     std::string instruction;
+    // The link of the instruction as it was when last read (its size then, and the link's
+    // number or -1), so that many results of one field do not read a long instruction again.
+    size_t readSize = SIZE_MAX;
+    int32_t link = -1;
 };
 
 // What decides a run's look, in the reader's own terms: the same key is the same look as
@@ -260,12 +264,20 @@ bool Reader::setDestination(RTFWord w, bool starred) {
             break;
         case RTFWord::fldrslt:
             d = Destination::Text;
-            if (!fields_.empty())
-                if (auto link = hyperlinkOfFieldInstruction(fields_.back().instruction)) {
-                    if (links_.empty() || links_.back() != *link)
-                        links_.push_back(std::move(*link));
-                    state_.link = static_cast<int32_t>(links_.size() - 1);
+            if (!fields_.empty()) {
+                Field& field = fields_.back();
+                // The instruction only grows, so its size says whether it changed.
+                if (field.readSize != field.instruction.size()) {
+                    field.readSize = field.instruction.size();
+                    field.link = -1;
+                    if (auto link = hyperlinkOfFieldInstruction(field.instruction)) {
+                        if (links_.empty() || links_.back() != *link)
+                            links_.push_back(std::move(*link));
+                        field.link = static_cast<int32_t>(links_.size() - 1);
+                    }
                 }
+                if (field.link >= 0) state_.link = field.link;
+            }
             break;
         case RTFWord::pntext:
         case RTFWord::listtext:
@@ -400,7 +412,7 @@ void Reader::onControlWord(const RTFToken& t) {
         starred_ = false;
         if (word == RTFWord::field) {
             flushText();
-            fields_.push_back({stack_.size(), {}});
+            fields_.push_back(Field{stack_.size(), {}, SIZE_MAX, -1});
             return;
         }
         const Destination before = state_.destination;

@@ -153,6 +153,16 @@ TEST(RTFReader, LooksFollowTablesThatChangeAfterUse) {
     EXPECT_EQ(q.runs[2].attributes, q.runs[0].attributes);
     EXPECT_EQ(linked.attributes(q.runs[3].attributes).link, "");
     EXPECT_EQ(linked.attributes(q.markAttributes).link, "");
+
+    // Results of one field share its link; an instruction that grew since is read again.
+    const auto many = read(
+        "{\\rtf1{\\field{\\*\\fldinst HYPERLINK \"http://a/\"}{\\fldrslt x}{\\fldrslt y}"
+        "{\\*\\fldinst  \\\\l \"b\"}{\\fldrslt z}}\\par}");
+    const Paragraph& m = many.blocks().at(0).paragraph;
+    ASSERT_EQ(m.runs.size(), 2u);
+    EXPECT_EQ(m.runs[0].text, "xy");
+    EXPECT_EQ(many.attributes(m.runs[0].attributes).link, "http://a/");
+    EXPECT_EQ(many.attributes(m.runs[1].attributes).link, "http://a/#b");
 }
 
 // What the page must show for text: the plain rule, one byte at a time.
