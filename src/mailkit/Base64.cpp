@@ -2,7 +2,9 @@
 // never fails on the broken line breaks and padding real mail carries.
 #include "mailkit/Base64.h"
 
+#include <algorithm>
 #include <array>
+#include <cstring>
 
 #include "platform/StringEncoding.h"
 
@@ -25,27 +27,72 @@ constexpr auto kDecode = makeDecodeTable();
 
 }  // namespace
 
+namespace {
+
+// Encodes whole groups of three bytes (`in.size()` a multiple of 3) into `out`, which has
+// room for four characters a group.
+// The two characters of every 12 bits, so a group of three bytes takes two look-ups.
+constexpr std::array<char, 8192> kPairs = [] {
+    std::array<char, 8192> t{};
+    for (size_t i = 0; i < 4096; ++i) {
+        t[2 * i] = kAlphabet[i >> 6];
+        t[2 * i + 1] = kAlphabet[i & 63];
+    }
+    return t;
+}();
+
+void encodeGroups(const unsigned char* in, size_t size, char* out) {
+    for (size_t i = 0; i < size; i += 3, out += 4) {
+        const uint32_t v = uint32_t(in[i]) << 16 | uint32_t(in[i + 1]) << 8 | in[i + 2];
+        std::memcpy(out, &kPairs[(v >> 12) * 2], 2);
+        std::memcpy(out + 2, &kPairs[(v & 4095) * 2], 2);
+    }
+}
+
+// The last one or two bytes, padded.
+void encodeTail(const unsigned char* in, size_t n, char* out) {
+    const uint32_t v = uint32_t(in[0]) << 16 | (n > 1 ? uint32_t(in[1]) << 8 : 0);
+    out[0] = kAlphabet[v >> 18];
+    out[1] = kAlphabet[(v >> 12) & 63];
+    out[2] = n > 1 ? kAlphabet[(v >> 6) & 63] : '=';
+    out[3] = '=';
+}
+
+}  // namespace
+
+void appendBase64(std::string& out, std::string_view bytes) {
+    const auto* in = reinterpret_cast<const unsigned char*>(bytes.data());
+    const size_t whole = bytes.size() / 3 * 3;
+    const size_t at = out.size();
+    out.resize(at + (bytes.size() + 2) / 3 * 4);
+    encodeGroups(in, whole, out.data() + at);
+    if (whole < bytes.size())
+        encodeTail(in + whole, bytes.size() - whole, out.data() + at + whole / 3 * 4);
+}
+
 std::string NewBase64Encode(std::string_view in, bool separateLines) {
     std::string out;
-    const size_t groups = (in.size() + 2) / 3;
-    out.reserve(groups * 4 + (separateLines ? (in.size() / 48 + 1) * 2 : 0));
-    const auto* p = reinterpret_cast<const unsigned char*>(in.data());
-    size_t lineBytes = 0;
-    for (size_t i = 0; i < in.size(); i += 3) {
-        const size_t n = std::min<size_t>(3, in.size() - i);
-        const uint32_t v =
-            (uint32_t(p[i]) << 16) | (n > 1 ? uint32_t(p[i + 1]) << 8 : 0) | (n > 2 ? p[i + 2] : 0);
-        out += kAlphabet[(v >> 18) & 63];
-        out += kAlphabet[(v >> 12) & 63];
-        out += n > 1 ? kAlphabet[(v >> 6) & 63] : '=';
-        out += n > 2 ? kAlphabet[v & 63] : '=';
-        lineBytes += n;
-        if (separateLines && lineBytes == 48) {
-            out += "\r\n";
-            lineBytes = 0;
-        }
+    if (!separateLines) {
+        appendBase64(out, in);
+        return out;
     }
-    if (separateLines && lineBytes > 0) out += "\r\n";
+    // Lines of 48 bytes, each followed by CR LF, the last one too.
+    const size_t lines = (in.size() + 47) / 48;
+    out.resize((in.size() + 2) / 3 * 4 + lines * 2);
+    const auto* p = reinterpret_cast<const unsigned char*>(in.data());
+    char* o = out.data();
+    for (size_t i = 0; i < in.size(); i += 48) {
+        const size_t n = std::min<size_t>(48, in.size() - i);
+        const size_t whole = n / 3 * 3;
+        encodeGroups(p + i, whole, o);
+        o += whole / 3 * 4;
+        if (whole < n) {
+            encodeTail(p + i + whole, n - whole, o);
+            o += 4;
+        }
+        *o++ = '\r';
+        *o++ = '\n';
+    }
     return out;
 }
 

@@ -20,6 +20,8 @@ std::string NewBase64Decode(std::string_view text);
 Bytes dataFromBase64String(std::string_view text);
 // One line, no breaks.
 std::string base64EncodedString(std::string_view bytes);
+// The same, added to the end of `out` (no copy of the encoded text).
+void appendBase64(std::string& out, std::string_view bytes);
 // Base64 with "/" as "-" and "+" as "_" ("=" stays), for file names.
 std::string pathSafeBase64EncodedString(std::string_view bytes);
 // Base64 of text's UTF-8 bytes; and back, nothing when the bytes are not UTF-8.

@@ -208,10 +208,11 @@ class Reader {
         current_.attributes.alignment = style.paragraph.alignment;
         current_.attributes.leftIndent = style.paragraph.leftIndent;
         auto& runs = current_.runs;
-        if (!runs.empty() && !runs.back().image && runs.back().attributes == style.chars)
+        const AttributesID look = doc_.intern(style.chars);
+        if (!runs.empty() && !runs.back().image && runs.back().attributes == look)
             runs.back().text += out;
         else
-            runs.push_back(TextRun{std::move(out), nullptr, style.chars});
+            runs.push_back(TextRun{std::move(out), nullptr, look});
     }
 
     void addImage(xmlNode* n, const Style& style) {
@@ -229,7 +230,8 @@ class Reader {
         }
         if (auto w = parseLength(xmlAttribute(n, "width"), 12)) image.widthTwips = static_cast<int32_t>(*w * 20);
         if (auto h = parseLength(xmlAttribute(n, "height"), 12)) image.heightTwips = static_cast<int32_t>(*h * 20);
-        current_.runs.push_back(TextRun{{}, std::make_shared<const StyledImage>(std::move(image)), style.chars});
+        current_.runs.push_back(TextRun{
+            {}, std::make_shared<const StyledImage>(std::move(image)), doc_.intern(style.chars)});
         atLineStart_ = false;
         pendingSpace_ = false;
     }

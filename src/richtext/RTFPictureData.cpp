@@ -7,6 +7,10 @@
 #include "platform/ByteReader.h"
 #include "platform/HexDigits.h"
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace qb {
 
 namespace {
@@ -25,6 +29,45 @@ void putU16(std::vector<uint8_t>& out, uint32_t v) {
 void putU32(std::vector<uint8_t>& out, uint32_t v) {
     putU16(out, v & 0xFFFF);
     putU16(out, v >> 16);
+}
+
+// Each byte's value as a hex digit, -1 for the others.
+constexpr std::array<int8_t, 256> kValues = [] {
+    std::array<int8_t, 256> t{};
+    for (int c = 0; c < 256; ++c)
+        t[size_t(c)] = static_cast<int8_t>(hexDigitValue(static_cast<char>(c)));
+    return t;
+}();
+
+// Decodes sixteen digits at a time into `out` while every one is a hex digit, where the
+// processor has the instructions for it; how many bytes it wrote.
+size_t decodeDigitBlocks(const unsigned char* p, size_t size, uint8_t* out) {
+    size_t written = 0;
+#if defined(__SSE2__)
+    const __m128i zero = _mm_set1_epi8('0' - 1), nine = _mm_set1_epi8('9' + 1);
+    const __m128i a = _mm_set1_epi8('a' - 1), f = _mm_set1_epi8('f' + 1);
+    for (; size >= 16; size -= 16, p += 16, written += 8) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i folded = _mm_or_si128(v, _mm_set1_epi8(0x20));
+        // Bytes of 0x80 and up are negative here, so neither digits nor letters.
+        const __m128i digit = _mm_and_si128(_mm_cmpgt_epi8(v, zero), _mm_cmplt_epi8(v, nine));
+        const __m128i letter = _mm_and_si128(_mm_cmpgt_epi8(folded, a), _mm_cmplt_epi8(folded, f));
+        if (_mm_movemask_epi8(_mm_or_si128(digit, letter)) != 0xFFFF) break;
+        const __m128i values =
+            _mm_or_si128(_mm_and_si128(digit, _mm_sub_epi8(v, _mm_set1_epi8('0'))),
+                         _mm_and_si128(letter, _mm_sub_epi8(folded, _mm_set1_epi8('a' - 10))));
+        // Each pair, first digit in the low byte: high nibble from it, low from the other.
+        const __m128i pairs =
+            _mm_or_si128(_mm_and_si128(_mm_slli_epi16(values, 4), _mm_set1_epi16(0xF0)),
+                         _mm_srli_epi16(values, 8));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + written), _mm_packus_epi16(pairs, pairs));
+    }
+#else
+    (void)p;
+    (void)size;
+    (void)out;
+#endif
+    return written;
 }
 
 }  // namespace
@@ -46,24 +89,42 @@ void RTFPictureData::applyControlWord(std::string_view w, std::optional<int32_t>
 
 void RTFPictureData::addHexText(std::string_view text) {
     if (binary_) return;
-    // Grown geometrically: hex data arrives a line at a time.
-    if (hex_.capacity() - hex_.size() < text.size() / 2)
-        hex_.reserve(std::max(hex_.capacity() * 2, hex_.size() + text.size() / 2));
-    static const auto kValues = [] {
-        std::array<int8_t, 256> t{};
-        for (int c = 0; c < 256; ++c) t[size_t(c)] = static_cast<int8_t>(hexDigitValue(static_cast<char>(c)));
-        return t;
-    }();
-    for (unsigned char c : text) {
-        const int v = kValues[c];
+    // Room for every byte the text can hold, given back at the end: the digits are written
+    // straight into place. Growth is geometric when the digits come in many pieces.
+    const size_t start = hex_.size();
+    const size_t room = text.size() / 2 + 1;
+    if (hex_.capacity() - start < room) hex_.reserve(std::max(hex_.capacity() * 2, start + room));
+    hex_.resize(start + room);
+    uint8_t* const first = hex_.data() + start;
+    uint8_t* out = first;
+    int pending = pendingNibble_;
+    const auto* p = reinterpret_cast<const unsigned char*>(text.data());
+    const auto* end = p + text.size();
+    while (p < end) {
+        // Pairs of digits, the usual case, until something else comes.
+        if (pending < 0) {
+            const size_t whole = decodeDigitBlocks(p, static_cast<size_t>(end - p), out);
+            p += 2 * whole;
+            out += whole;
+            while (end - p >= 2) {
+                const int hi = kValues[p[0]], lo = kValues[p[1]];
+                if ((hi | lo) < 0) break;
+                *out++ = static_cast<uint8_t>(hi << 4 | lo);
+                p += 2;
+            }
+            if (p == end) break;
+        }
+        const int v = kValues[*p++];
         if (v < 0) continue;
-        if (pendingNibble_ < 0) {
-            pendingNibble_ = v;
+        if (pending < 0) {
+            pending = v;
         } else {
-            hex_.push_back(static_cast<uint8_t>(pendingNibble_ * 16 + v));
-            pendingNibble_ = -1;
+            *out++ = static_cast<uint8_t>(pending << 4 | v);
+            pending = -1;
         }
     }
+    pendingNibble_ = pending;
+    hex_.resize(start + static_cast<size_t>(out - first));
 }
 
 std::optional<StyledImage> RTFPictureData::takeImage() {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 
+#include "richtext/RTFControlWords.h"
 #include "richtext/RTFFontTable.h"
 #include "richtext/RTFPictureData.h"
 #include "richtext/RTFTextDecoder.h"
@@ -37,7 +38,8 @@ struct GroupState {
     bool bold = false, italic = false, underline = false, strike = false, hidden = false;
     VerticalPosition vertical = VerticalPosition::Baseline;
     int32_t foreground = -1, background = -1;
-    std::string link;
+    // The link target, by its number among the document's links; -1 for none.
+    int32_t link = -1;
     int32_t unicodeSkip = 1;
     ParagraphAttributes paragraph;
     bool inTable = false;
@@ -46,18 +48,47 @@ struct GroupState {
 struct Field {
     size_t depth;
     std::string instruction;
+    // The link of the instruction as it was when last read (its size then, and the link's
+    // number or -1), so that many results of one field do not read a long instruction again.
+    size_t readSize = SIZE_MAX;
+    int32_t link = -1;
 };
 
-// Destinations skipped whole even without "\*".
-bool isSkippedDestination(std::string_view w) {
-    static constexpr std::array<std::string_view, 34> kSkipped{
-        "stylesheet", "info", "header", "headerl", "headerr", "headerf", "footer", "footerl",
-        "footerr", "footerf", "footnote", "annotation", "listtable", "listoverridetable",
-        "revtbl", "rsidtbl", "generator", "xmlnstbl", "themedata", "colorschememapping",
-        "latentstyles", "datastore", "docvar", "nonshppict", "pn", "pnseclvl", "ftnsep",
-        "ftnsepc", "aftnsep", "xe", "tc", "objdata", "pgdsctbl", "filetbl"};
-    return std::find(kSkipped.begin(), kSkipped.end(), w) != kSkipped.end();
+// What decides a run's look, in the reader's own terms: the same key is the same look as
+// long as the font and colour tables stay as they are.
+struct LookKey {
+    int32_t font, halfPoints, foreground, background, link;
+    uint8_t flags;
+    VerticalPosition vertical;
+    friend bool operator==(const LookKey&, const LookKey&) = default;
+};
+
+size_t hashOf(const LookKey& k) {
+    uint64_t h = uint32_t(k.font);
+    for (uint64_t v : {uint64_t(uint32_t(k.halfPoints)), uint64_t(uint32_t(k.foreground)),
+                       uint64_t(uint32_t(k.background)), uint64_t(uint32_t(k.link)),
+                       uint64_t(k.flags) << 8 | uint64_t(k.vertical)})
+        h = (h ^ v) * 0x100000001b3ULL;
+    // Every bit of the key reaches the low bits, which pick the cache entry.
+    h ^= h >> 33;
+    h *= 0xff51afd7ed558ccdULL;
+    h ^= h >> 33;
+    return static_cast<size_t>(h);
 }
+
+// The looks of recent keys. A key missing here (or pushed out by another) is looked up in
+// the document's table of looks, which gives the same number for the same look. Entries of
+// an earlier generation (before the tables last changed) are not used.
+struct LookCache {
+    struct Entry {
+        LookKey key;
+        AttributesID id;
+        uint32_t generation = 0;
+    };
+    static constexpr size_t kSize = 256;
+    std::array<Entry, kSize> entries{};
+    uint32_t generation = 1;
+};
 
 bool equalsNoCase(std::string_view a, std::string_view b) {
     if (a.size() != b.size()) return false;
@@ -92,13 +123,17 @@ class Reader {
     void onText(std::string_view text);
     void onHexByte(uint8_t byte);
     void onBinary(const RTFToken& t);
-    bool setDestination(std::string_view word, bool starred);
+    bool setDestination(RTFWord word, bool starred);
 
     bool collectsText() const;
     // Consumes up to `n` characters of the substitute text that follows a \uN.
     size_t skipSubstitute(size_t n);
     void flushText();
-    CharAttributes currentAttributes() const;
+    // The look of text in the current state, with or without its link.
+    AttributesID currentLook(bool withLink = true);
+    CharAttributes currentAttributes(bool withLink) const;
+    // The font or colour table changed: looks are worked out afresh.
+    void tablesChanged() { ++looks_.generation; }
     void applyCodePage();
     void finishParagraph();
     void finishCell();
@@ -136,6 +171,9 @@ class Reader {
     std::string graphicName_;
     std::optional<int32_t> graphicWidth_, graphicHeight_;
     std::vector<Field> fields_;
+    std::vector<std::string> links_;
+
+    LookCache looks_;
 };
 
 StyledText Reader::read() {
@@ -192,6 +230,7 @@ void Reader::onGroupEnd() {
     switch (closing.destination) {
         case Destination::FontTable:
             fonts_.endFont();
+            tablesChanged();
             break;
         case Destination::Picture:
             if (state_.destination != Destination::Picture) finishPicture(state_);
@@ -205,39 +244,65 @@ void Reader::onGroupEnd() {
     applyCodePage();
 }
 
-bool Reader::setDestination(std::string_view w, bool starred) {
+bool Reader::setDestination(RTFWord w, bool starred) {
     Destination d;
-    if (w == "fonttbl") {
-        d = Destination::FontTable;
-    } else if (w == "colortbl") {
-        d = Destination::ColorTable;
-        colors_.clear();
-    } else if (w == "pict") {
-        d = Destination::Picture;
-        picture_ = RTFPictureData{};
-    } else if (w == "fldinst") {
-        d = Destination::FieldInstruction;
-    } else if (w == "fldrslt") {
-        d = Destination::Text;
-        if (!fields_.empty())
-            if (auto link = hyperlinkOfFieldInstruction(fields_.back().instruction))
-                state_.link = *link;
-    } else if (w == "pntext" || w == "listtext") {
-        d = Destination::ListText;
-    } else if (w == "NeXTGraphic") {
-        d = Destination::Graphic;
-        graphicName_.clear();
-        graphicWidth_.reset();
-        graphicHeight_.reset();
-    } else if (w == "shppict" || w == "shprslt" || w == "shptxt" || w == "result") {
-        // Wrappers around pictures and text that a reader shows.
-        d = state_.destination == Destination::Ignore ? Destination::Text : state_.destination;
-    } else if (w == "object" || w == "shp") {
-        d = Destination::Ignore;
-    } else if (starred || isSkippedDestination(w)) {
-        d = Destination::Skip;
-    } else {
-        return false;
+    switch (w) {
+        case RTFWord::fonttbl:
+            d = Destination::FontTable;
+            break;
+        case RTFWord::colortbl:
+            d = Destination::ColorTable;
+            colors_.clear();
+            tablesChanged();
+            break;
+        case RTFWord::pict:
+            d = Destination::Picture;
+            picture_ = RTFPictureData{};
+            break;
+        case RTFWord::fldinst:
+            d = Destination::FieldInstruction;
+            break;
+        case RTFWord::fldrslt:
+            d = Destination::Text;
+            if (!fields_.empty()) {
+                Field& field = fields_.back();
+                // The instruction only grows, so its size says whether it changed.
+                if (field.readSize != field.instruction.size()) {
+                    field.readSize = field.instruction.size();
+                    field.link = -1;
+                    if (auto link = hyperlinkOfFieldInstruction(field.instruction)) {
+                        if (links_.empty() || links_.back() != *link)
+                            links_.push_back(std::move(*link));
+                        field.link = static_cast<int32_t>(links_.size() - 1);
+                    }
+                }
+                if (field.link >= 0) state_.link = field.link;
+            }
+            break;
+        case RTFWord::pntext:
+        case RTFWord::listtext:
+            d = Destination::ListText;
+            break;
+        case RTFWord::NeXTGraphic:
+            d = Destination::Graphic;
+            graphicName_.clear();
+            graphicWidth_.reset();
+            graphicHeight_.reset();
+            break;
+        case RTFWord::shppict:
+        case RTFWord::shprslt:
+        case RTFWord::shptxt:
+        case RTFWord::result:
+            // Wrappers around pictures and text that a reader shows.
+            d = state_.destination == Destination::Ignore ? Destination::Text : state_.destination;
+            break;
+        case RTFWord::object:
+        case RTFWord::shp:
+            d = Destination::Ignore;
+            break;
+        default:
+            if (!starred && w != RTFWord::SkippedDestination) return false;
+            d = Destination::Skip;
     }
     state_.destination = d;
     return true;
@@ -264,6 +329,7 @@ void Reader::onText(std::string_view text) {
     if (text.empty()) return;
     switch (state_.destination) {
         case Destination::ColorTable:
+            tablesChanged();
             for (char c : text) {
                 if (c != ';') continue;
                 colors_.push_back(colorDefSet_ ? std::optional<RGBColor>(colorDef_) : std::nullopt);
@@ -271,14 +337,19 @@ void Reader::onText(std::string_view text) {
                 colorDefSet_ = false;
             }
             return;
-        case Destination::Picture:
-            picture_.addHexText(text);
+        case Destination::Picture: {
+            // The digits run on over line ends to the group's end: one piece, decoded at once.
+            const std::string_view rest = tokens_.textRun();
+            picture_.addHexText(
+                std::string_view(text.data(), size_t(rest.data() + rest.size() - text.data())));
             return;
+        }
         case Destination::Graphic:
             graphicName_.append(text);
             return;
         case Destination::FontTable:
             fonts_.text(text);
+            tablesChanged();
             return;
         default:
             if (collectsText()) decoder_.addBytes(text);
@@ -288,10 +359,12 @@ void Reader::onText(std::string_view text) {
 void Reader::onHexByte(uint8_t byte) {
     groupJustOpened_ = starred_ = false;
     if (skipSubstitute(1)) return;
-    if (state_.destination == Destination::FontTable)
+    if (state_.destination == Destination::FontTable) {
         fonts_.hexByte(byte);
-    else if (collectsText())
+        tablesChanged();
+    } else if (collectsText()) {
         decoder_.addByte(byte);
+    }
 }
 
 void Reader::onBinary(const RTFToken& t) {
@@ -332,17 +405,18 @@ void Reader::onControlWord(const RTFToken& t) {
         starred_ = false;
         return;
     }
+    const RTFWord word = rtfWord(w);
     if (groupJustOpened_) {
         const bool starred = starred_;
         groupJustOpened_ = false;
         starred_ = false;
-        if (w == "field") {
+        if (word == RTFWord::field) {
             flushText();
-            fields_.push_back({stack_.size(), {}});
+            fields_.push_back(Field{stack_.size(), {}, SIZE_MAX, -1});
             return;
         }
         const Destination before = state_.destination;
-        if (before != Destination::Skip && setDestination(w, starred)) {
+        if (before != Destination::Skip && setDestination(word, starred)) {
             if (state_.destination == Destination::Skip) {
                 // Restore the group's state and read past it.
                 state_ = stack_.back();
@@ -355,144 +429,171 @@ void Reader::onControlWord(const RTFToken& t) {
     if (state_.destination == Destination::Skip) return;
     pendingSkip_ = 0;
 
-    if (state_.destination == Destination::Picture) {
-        picture_.applyControlWord(w, t.param);
-        return;
-    }
-    if (state_.destination == Destination::Graphic) {
-        if (w == "width") graphicWidth_ = p;
-        if (w == "height") graphicHeight_ = p;
-        return;
-    }
-    if (state_.destination == Destination::ColorTable) {
-        const auto v = static_cast<uint8_t>(std::clamp(p, 0, 255));
-        if (w == "red") colorDef_.red = v, colorDefSet_ = true;
-        if (w == "green") colorDef_.green = v, colorDefSet_ = true;
-        if (w == "blue") colorDef_.blue = v, colorDefSet_ = true;
-        return;
-    }
-    if (state_.destination == Destination::FontTable) {
-        fonts_.controlWord(w, p, ansiCodePage_);
-        return;
+    switch (state_.destination) {
+        case Destination::Picture:
+            picture_.applyControlWord(w, t.param);
+            return;
+        case Destination::Graphic:
+            if (word == RTFWord::width) graphicWidth_ = p;
+            if (word == RTFWord::height) graphicHeight_ = p;
+            return;
+        case Destination::ColorTable: {
+            const auto v = static_cast<uint8_t>(std::clamp(p, 0, 255));
+            if (word == RTFWord::red) colorDef_.red = v, colorDefSet_ = true;
+            if (word == RTFWord::green) colorDef_.green = v, colorDefSet_ = true;
+            if (word == RTFWord::blue) colorDef_.blue = v, colorDefSet_ = true;
+            return;
+        }
+        case Destination::FontTable:
+            fonts_.controlWord(w, p, ansiCodePage_);
+            tablesChanged();
+            return;
+        default:
+            break;
     }
 
     // Characters.
-    if (w == "u") {
+    if (word == RTFWord::u) {
         if (collectsText()) decoder_.addUnicode(p);
         pendingSkip_ = static_cast<size_t>(std::max(state_.unicodeSkip, 0));
         return;
     }
-    struct Special {
-        std::string_view word;
-        char32_t cp;
-    };
-    static constexpr std::array<Special, 13> kSpecials{{{"emdash", 0x2014},
-                                                        {"endash", 0x2013},
-                                                        {"bullet", 0x2022},
-                                                        {"lquote", 0x2018},
-                                                        {"rquote", 0x2019},
-                                                        {"ldblquote", 0x201C},
-                                                        {"rdblquote", 0x201D},
-                                                        {"emspace", 0x2003},
-                                                        {"enspace", 0x2002},
-                                                        {"qmspace", 0x2005},
-                                                        {"tab", '\t'},
-                                                        {"line", '\n'},
-                                                        {"zwj", 0x200D}}};
-    for (const auto& s : kSpecials) {
-        if (w != s.word) continue;
-        if (collectsText()) decoder_.addUnicode(static_cast<int32_t>(s.cp));
+    if (const char32_t c = characterOfRTFWord(word)) {
+        if (collectsText()) decoder_.addUnicode(static_cast<int32_t>(c));
         return;
     }
 
     flushText();
-    if (w == "par" || w == "page" || w == "sect") {
-        if (state_.destination == Destination::Text) finishParagraph();
-    } else if (w == "cell" || w == "nestcell") {
-        if (state_.destination == Destination::Text) finishCell();
-    } else if (w == "row" || w == "nestrow") {
-        if (state_.destination == Destination::Text) finishRow();
-    } else if (w == "trowd") {
-        cellRightEdges_.clear();
-    } else if (w == "cellx") {
-        if (cellRightEdges_.size() < 4096) cellRightEdges_.push_back(p);
-    } else if (w == "intbl") {
-        state_.inTable = on;
-    } else if (w == "pard") {
-        state_.paragraph = ParagraphAttributes{};
-        state_.inTable = false;
-    } else if (w == "ql") {
-        state_.paragraph.alignment = Alignment::Left;
-    } else if (w == "qr") {
-        state_.paragraph.alignment = Alignment::Right;
-    } else if (w == "qc") {
-        state_.paragraph.alignment = Alignment::Center;
-    } else if (w == "qj") {
-        state_.paragraph.alignment = Alignment::Justified;
-    } else if (w == "li") {
-        state_.paragraph.leftIndent = p;
-    } else if (w == "ri") {
-        state_.paragraph.rightIndent = p;
-    } else if (w == "fi") {
-        state_.paragraph.firstLineIndent = p;
-    } else if (w == "sb") {
-        state_.paragraph.spaceBefore = p;
-    } else if (w == "sa") {
-        state_.paragraph.spaceAfter = p;
-    } else if (w == "plain") {
-        const GroupState fresh;
-        state_.font = defaultFont_;
-        state_.halfPoints = fresh.halfPoints;
-        state_.bold = state_.italic = state_.underline = state_.strike = state_.hidden = false;
-        state_.vertical = VerticalPosition::Baseline;
-        state_.foreground = state_.background = -1;
-        applyCodePage();
-    } else if (w == "f") {
-        state_.font = p;
-        applyCodePage();
-    } else if (w == "fs") {
-        if (p > 0) state_.halfPoints = std::min(p, 3276);
-    } else if (w == "b") {
-        state_.bold = on;
-    } else if (w == "i") {
-        state_.italic = on;
-    } else if (w == "ul" || w == "uld" || w == "uldb" || w == "ulw" || w == "ulwave" ||
-               w == "uldash" || w == "ulth") {
-        state_.underline = on;
-    } else if (w == "ulnone") {
-        state_.underline = false;
-    } else if (w == "strike" || w == "striked") {
-        state_.strike = on;
-    } else if (w == "v") {
-        state_.hidden = on;
-    } else if (w == "super") {
-        state_.vertical = on ? VerticalPosition::Superscript : VerticalPosition::Baseline;
-    } else if (w == "sub") {
-        state_.vertical = on ? VerticalPosition::Subscript : VerticalPosition::Baseline;
-    } else if (w == "nosupersub") {
-        state_.vertical = VerticalPosition::Baseline;
-    } else if (w == "cf") {
-        state_.foreground = p;
-    } else if (w == "cb" || w == "highlight" || w == "chcbpat") {
-        state_.background = p;
-    } else if (w == "uc") {
-        state_.unicodeSkip = std::clamp(p, 0, 16);
-    } else if (w == "ansicpg") {
-        if (p > 0) ansiCodePage_ = static_cast<uint32_t>(p);
-        applyCodePage();
-    } else if (w == "mac") {
-        ansiCodePage_ = 10000;
-        applyCodePage();
-    } else if (w == "pc") {
-        ansiCodePage_ = 437;
-        applyCodePage();
-    } else if (w == "pca") {
-        ansiCodePage_ = 850;
-        applyCodePage();
-    } else if (w == "deff") {
-        defaultFont_ = p;
-        if (state_.font < 0) state_.font = p;
-        applyCodePage();
+    switch (word) {
+        case RTFWord::par:
+        case RTFWord::page:
+        case RTFWord::sect:
+            if (state_.destination == Destination::Text) finishParagraph();
+            break;
+        case RTFWord::cell:
+        case RTFWord::nestcell:
+            if (state_.destination == Destination::Text) finishCell();
+            break;
+        case RTFWord::row:
+        case RTFWord::nestrow:
+            if (state_.destination == Destination::Text) finishRow();
+            break;
+        case RTFWord::trowd:
+            cellRightEdges_.clear();
+            break;
+        case RTFWord::cellx:
+            if (cellRightEdges_.size() < 4096) cellRightEdges_.push_back(p);
+            break;
+        case RTFWord::intbl:
+            state_.inTable = on;
+            break;
+        case RTFWord::pard:
+            state_.paragraph = ParagraphAttributes{};
+            state_.inTable = false;
+            break;
+        case RTFWord::ql:
+            state_.paragraph.alignment = Alignment::Left;
+            break;
+        case RTFWord::qr:
+            state_.paragraph.alignment = Alignment::Right;
+            break;
+        case RTFWord::qc:
+            state_.paragraph.alignment = Alignment::Center;
+            break;
+        case RTFWord::qj:
+            state_.paragraph.alignment = Alignment::Justified;
+            break;
+        case RTFWord::li:
+            state_.paragraph.leftIndent = p;
+            break;
+        case RTFWord::ri:
+            state_.paragraph.rightIndent = p;
+            break;
+        case RTFWord::fi:
+            state_.paragraph.firstLineIndent = p;
+            break;
+        case RTFWord::sb:
+            state_.paragraph.spaceBefore = p;
+            break;
+        case RTFWord::sa:
+            state_.paragraph.spaceAfter = p;
+            break;
+        case RTFWord::plain: {
+            const GroupState fresh;
+            state_.font = defaultFont_;
+            state_.halfPoints = fresh.halfPoints;
+            state_.bold = state_.italic = state_.underline = state_.strike = state_.hidden = false;
+            state_.vertical = VerticalPosition::Baseline;
+            state_.foreground = state_.background = -1;
+            applyCodePage();
+            break;
+        }
+        case RTFWord::f:
+            state_.font = p;
+            applyCodePage();
+            break;
+        case RTFWord::fs:
+            if (p > 0) state_.halfPoints = std::min(p, 3276);
+            break;
+        case RTFWord::b:
+            state_.bold = on;
+            break;
+        case RTFWord::i:
+            state_.italic = on;
+            break;
+        case RTFWord::ul:
+            state_.underline = on;
+            break;
+        case RTFWord::ulnone:
+            state_.underline = false;
+            break;
+        case RTFWord::strike:
+            state_.strike = on;
+            break;
+        case RTFWord::v:
+            state_.hidden = on;
+            break;
+        case RTFWord::super:
+            state_.vertical = on ? VerticalPosition::Superscript : VerticalPosition::Baseline;
+            break;
+        case RTFWord::sub:
+            state_.vertical = on ? VerticalPosition::Subscript : VerticalPosition::Baseline;
+            break;
+        case RTFWord::nosupersub:
+            state_.vertical = VerticalPosition::Baseline;
+            break;
+        case RTFWord::cf:
+            state_.foreground = p;
+            break;
+        case RTFWord::cb:
+            state_.background = p;
+            break;
+        case RTFWord::uc:
+            state_.unicodeSkip = std::clamp(p, 0, 16);
+            break;
+        case RTFWord::ansicpg:
+            if (p > 0) ansiCodePage_ = static_cast<uint32_t>(p);
+            applyCodePage();
+            break;
+        case RTFWord::mac:
+            ansiCodePage_ = 10000;
+            applyCodePage();
+            break;
+        case RTFWord::pc:
+            ansiCodePage_ = 437;
+            applyCodePage();
+            break;
+        case RTFWord::pca:
+            ansiCodePage_ = 850;
+            applyCodePage();
+            break;
+        case RTFWord::deff:
+            defaultFont_ = p;
+            if (state_.font < 0) state_.font = p;
+            applyCodePage();
+            break;
+        default:
+            break;
     }
 }
 
@@ -502,7 +603,23 @@ void Reader::applyCodePage() {
         fonts_.codePageOf(state_.font >= 0 ? state_.font : defaultFont_, ansiCodePage_));
 }
 
-CharAttributes Reader::currentAttributes() const {
+AttributesID Reader::currentLook(bool withLink) {
+    const int32_t f = state_.font >= 0 ? state_.font : defaultFont_;
+    const LookKey key{
+        f,
+        state_.halfPoints,
+        state_.foreground,
+        state_.background,
+        withLink ? state_.link : -1,
+        uint8_t(state_.bold | state_.italic << 1 | state_.underline << 2 | state_.strike << 3),
+        state_.vertical};
+    LookCache::Entry& e = looks_.entries[hashOf(key) % LookCache::kSize];
+    if (e.generation != looks_.generation || !(e.key == key))
+        e = {key, doc_.intern(currentAttributes(withLink)), looks_.generation};
+    return e.id;
+}
+
+CharAttributes Reader::currentAttributes(bool withLink) const {
     CharAttributes a;
     const int32_t f = state_.font >= 0 ? state_.font : defaultFont_;
     if (const RTFFont* font = fonts_.font(f)) {
@@ -521,7 +638,8 @@ CharAttributes Reader::currentAttributes() const {
     };
     a.foreground = color(state_.foreground);
     a.background = color(state_.background);
-    a.link = state_.link;
+    if (withLink && state_.link >= 0 && static_cast<size_t>(state_.link) < links_.size())
+        a.link = links_[static_cast<size_t>(state_.link)];
     return a;
 }
 
@@ -530,7 +648,7 @@ void Reader::flushText() {
     std::string text = decoder_.take();
     switch (state_.destination) {
         case Destination::Text:
-            if (!state_.hidden) addRun(TextRun{std::move(text), nullptr, currentAttributes()});
+            if (!state_.hidden) addRun(TextRun{std::move(text), nullptr, currentLook()});
             break;
         case Destination::FieldInstruction:
             if (!fields_.empty() && fields_.back().instruction.size() < 65536)
@@ -558,14 +676,17 @@ void Reader::addRun(TextRun run) {
 void Reader::finishParagraph() {
     Paragraph p = std::move(paragraph_);
     paragraph_ = Paragraph{};
+    // The runs are most of the model: each paragraph keeps room for just its own, and the
+    // next one starts with room for as many.
+    if (p.runs.capacity() > p.runs.size()) p.runs.shrink_to_fit();
+    paragraph_.runs.reserve(p.runs.size());
     std::string marker = std::move(p.attributes.listMarker);
     p.attributes = state_.paragraph;
     // The marker's own tab only separates it from the text.
     while (!marker.empty() && (marker.back() == '\t' || marker.back() == ' '))
         marker.pop_back();
     p.attributes.listMarker = std::move(marker);
-    p.markAttributes = currentAttributes();
-    p.markAttributes.link.clear();
+    p.markAttributes = currentLook(false);
     if (state_.inTable) {
         cell_.paragraphs.push_back(std::move(p));
         return;
@@ -618,7 +739,7 @@ void Reader::finishPicture(const GroupState& parent) {
     if (!image) return;
     GroupState saved = state_;
     state_ = parent;
-    addRun(TextRun{{}, std::make_shared<const StyledImage>(std::move(*image)), currentAttributes()});
+    addRun(TextRun{{}, std::make_shared<const StyledImage>(std::move(*image)), currentLook()});
     state_ = std::move(saved);
 }
 
@@ -632,25 +753,23 @@ void Reader::finishGraphic(const GroupState& parent) {
     image.mimeType = mimeTypeForPictureName(image.name);
     image.widthTwips = graphicWidth_;
     image.heightTwips = graphicHeight_;
-    addRun(TextRun{{}, std::make_shared<const StyledImage>(std::move(image)), currentAttributes()});
+    addRun(TextRun{{}, std::make_shared<const StyledImage>(std::move(image)), currentLook()});
 }
 
 // Splits a field instruction into its words; quoted words keep their spaces.
-std::vector<std::string> instructionWords(std::string_view s) {
-    std::vector<std::string> words;
+std::vector<std::string_view> instructionWords(std::string_view s) {
+    std::vector<std::string_view> words;
     size_t i = 0;
     while (i < s.size() && words.size() < 64) {
         while (i < s.size() && (s[i] == ' ' || s[i] == '\t')) ++i;
         if (i >= s.size()) break;
-        std::string w;
-        if (s[i] == '"') {
+        const bool quoted = s[i] == '"';
+        if (quoted) ++i;
+        const size_t start = i;
+        while (i < s.size() && (quoted ? s[i] != '"' : s[i] != ' ' && s[i] != '\t'))
             ++i;
-            while (i < s.size() && s[i] != '"') w += s[i++];
-            ++i;
-        } else {
-            while (i < s.size() && s[i] != ' ' && s[i] != '\t') w += s[i++];
-        }
-        words.push_back(std::move(w));
+        words.push_back(s.substr(start, i - start));
+        if (quoted) ++i;
     }
     return words;
 }
@@ -662,7 +781,7 @@ std::optional<std::string> hyperlinkOfFieldInstruction(std::string_view instruct
     if (words.empty() || !equalsNoCase(words[0], "HYPERLINK")) return std::nullopt;
     std::string url, anchor;
     for (size_t i = 1; i < words.size(); ++i) {
-        const std::string& w = words[i];
+        const std::string_view w = words[i];
         if (w == "\\l" && i + 1 < words.size()) {
             anchor = words[++i];
         } else if ((w == "\\o" || w == "\\t") && i + 1 < words.size()) {

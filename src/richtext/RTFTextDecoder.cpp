@@ -6,6 +6,7 @@
 
 #include "mailkit/Unicode.h"
 #include "platform/StringEncoding.h"
+#include "richtext/ByteScan.h"
 
 namespace qb {
 
@@ -117,8 +118,12 @@ void RTFTextDecoder::addUnicode(int32_t value) {
 
 void RTFTextDecoder::flushBytes() {
     if (bytes_.empty()) return;
-    if (isASCII(bytes_)) {
-        text_ += bytes_;
+    if (bytescan::isASCII(bytes_)) {
+        // Most text is ASCII and all of one piece: handed over rather than copied.
+        if (text_.empty())
+            text_.swap(bytes_);
+        else
+            text_ += bytes_;
     } else if (decodeWithTable()) {
     } else if (codePage_ == 65001 && !isValidUTF8(bytes_)) {
         // Writers that say UTF-8 but store Western bytes.
@@ -155,12 +160,16 @@ bool RTFTextDecoder::decodeWithTable() {
         if (table_.size() != 128) table_.clear();
     }
     if (table_.empty()) return false;
-    for (unsigned char c : bytes_) {
-        if (c < 0x80)
-            text_ += static_cast<char>(c);
-        else
-            text_ += table_[c - 0x80];
+    // ASCII stretches are copied whole; each upper byte becomes its character.
+    size_t start = 0;
+    for (size_t i = 0; i < bytes_.size(); ++i) {
+        const auto c = static_cast<unsigned char>(bytes_[i]);
+        if (c < 0x80) continue;
+        text_.append(bytes_, start, i - start);
+        text_ += table_[c - 0x80];
+        start = i + 1;
     }
+    text_.append(bytes_, start, bytes_.size() - start);
     return true;
 }
 

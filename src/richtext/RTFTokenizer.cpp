@@ -1,6 +1,7 @@
 // The rich-text tokenizer.
 #include "richtext/RTFTokenizer.h"
 #include "platform/HexDigits.h"
+#include "richtext/ByteScan.h"
 
 #include <limits>
 
@@ -19,6 +20,16 @@ bool isLetter(char c) {
 
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
+}
+
+// Text runs to the next token's first byte or a line end (line ends carry no meaning, so
+// text on either side of one is two tokens); data read as one run goes over line ends.
+size_t endOfText(std::string_view s, size_t from) {
+    return bytescan::findFirst(s, from, "\\{}\r\n");
+}
+
+size_t endOfData(std::string_view s, size_t from) {
+    return bytescan::findFirst(s, from, "\\{}");
 }
 
 }  // namespace
@@ -42,14 +53,18 @@ RTFToken RTFTokenizer::next() {
         return t;
     }
     if (c == '\\') return controlToken(pos_);
-    size_t end = pos_;
-    while (end < rtf_.size() && rtf_[end] != '\\' && rtf_[end] != '{' && rtf_[end] != '}' &&
-           rtf_[end] != '\r' && rtf_[end] != '\n')
-        ++end;
+    const size_t end = endOfText(rtf_, pos_);
     t.kind = RTFToken::Kind::Text;
     t.text = rtf_.substr(pos_, end - pos_);
     pos_ = end;
     return t;
+}
+
+std::string_view RTFTokenizer::textRun() {
+    const size_t end = endOfData(rtf_, pos_);
+    const std::string_view text = rtf_.substr(pos_, end - pos_);
+    pos_ = end;
+    return text;
 }
 
 void RTFTokenizer::skipGroup() {

@@ -39,6 +39,9 @@ class RTFTokenizer {
     explicit RTFTokenizer(std::string_view rtf) : rtf_(rtf) {}
 
     RTFToken next();
+    // The text from here to the next control word or symbol, group start or group end, line
+    // ends included, read past at once (for long runs of data such as a picture's digits).
+    std::string_view textRun();
     // Reads past the rest of the group whose "{" was the last group start read.
     void skipGroup();
     size_t position() const { return pos_; }

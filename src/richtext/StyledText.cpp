@@ -5,34 +5,52 @@ namespace qb {
 
 namespace {
 
-template <typename F>
-void forEachParagraph(std::vector<Block>& blocks, F&& f) {
-    for (auto& block : blocks) {
-        if (!block.isTable) {
-            f(block.paragraph);
-            continue;
-        }
-        for (auto& row : block.table.rows)
-            for (auto& cell : row.cells)
-                for (auto& p : cell.paragraphs)
-                    f(p);
-    }
-}
-
 void appendParagraphText(const Paragraph& p, std::string& out) {
     out += p.attributes.listMarker;
     for (const auto& run : p.runs)
         out += run.text;
 }
 
+size_t hashOf(const CharAttributes& a) {
+    const std::hash<std::string_view> text;
+    size_t h = text(a.fontFamily);
+    auto mix = [&h](size_t v) { h ^= v + 0x9e3779b97f4a7c15ULL + (h << 6) + (h >> 2); };
+    mix(text(a.genericFamily));
+    mix(text(a.link));
+    mix(a.pointSize ? std::hash<double>()(*a.pointSize) : 1);
+    mix(size_t{a.bold} | size_t{a.italic} << 1 | size_t{a.underline} << 2 |
+        size_t{a.strikethrough} << 3 | size_t(a.vertical) << 4);
+    auto color = [](const std::optional<RGBColor>& c) {
+        return c ? size_t{1} << 24 | size_t{c->red} << 16 | size_t{c->green} << 8 | c->blue : 0;
+    };
+    mix(color(a.foreground));
+    mix(color(a.background));
+    return h;
+}
+
 }  // namespace
 
+StyledText::StyledText() : looks_(1) {
+    lookIndex_.emplace(hashOf(looks_[0]), 0);
+}
+
+AttributesID StyledText::intern(const CharAttributes& look) {
+    const size_t h = hashOf(look);
+    for (auto [it, end] = lookIndex_.equal_range(h); it != end; ++it)
+        if (looks_[it->second] == look) return it->second;
+    const auto id = static_cast<AttributesID>(looks_.size());
+    looks_.push_back(look);
+    lookIndex_.emplace(h, id);
+    return id;
+}
+
 StyledText& StyledText::changeFontByPointSize(double delta) {
-    forEachParagraph(blocks_, [delta](Paragraph& p) {
-        for (auto& run : p.runs)
-            if (run.attributes.pointSize) *run.attributes.pointSize += delta;
-        if (p.markAttributes.pointSize) *p.markAttributes.pointSize += delta;
-    });
+    // Runs share their looks, so each look grows once.
+    lookIndex_.clear();
+    for (size_t id = 0; id < looks_.size(); ++id) {
+        if (looks_[id].pointSize) *looks_[id].pointSize += delta;
+        lookIndex_.emplace(hashOf(looks_[id]), static_cast<AttributesID>(id));
+    }
     return *this;
 }
 
@@ -60,8 +78,9 @@ std::string StyledText::plainText() const {
 
 StyledText StyledText::fromPlainText(std::string_view text, double pointSize) {
     StyledText out;
-    CharAttributes attributes;
-    attributes.pointSize = pointSize;
+    CharAttributes look;
+    look.pointSize = pointSize;
+    const AttributesID attributes = out.intern(look);
     size_t start = 0;
     while (start <= text.size()) {
         size_t end = text.find_first_of("\r\n", start);

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/Bytes.h"
@@ -55,18 +56,23 @@ struct StyledImage {
     std::optional<int32_t> widthTwips, heightTwips;
 };
 
+// Runs and paragraph marks name their look by a number in the document's table of looks:
+// a document has many runs and few distinct looks. Equal looks have the same number; 0 is
+// the default look (CharAttributes{}).
+using AttributesID = uint32_t;
+
 // Text ("\n" is a line break inside the paragraph, "\t" a tab) or one image.
 struct TextRun {
     std::string text;
     std::shared_ptr<const StyledImage> image;
-    CharAttributes attributes;
+    AttributesID attributes = 0;
 };
 
 struct Paragraph {
     ParagraphAttributes attributes;
     std::vector<TextRun> runs;
     // How the paragraph mark itself looks: an empty paragraph is as tall as its mark.
-    CharAttributes markAttributes;
+    AttributesID markAttributes = 0;
 };
 
 struct TableCell {
@@ -92,9 +98,20 @@ struct Block {
 // A whole document: blocks in reading order.
 class StyledText {
   public:
+    StyledText();
+
     std::vector<Block>& blocks() { return blocks_; }
     const std::vector<Block>& blocks() const { return blocks_; }
     bool empty() const { return blocks_.empty(); }
+
+    // The look numbered `id`; the default look for a number the table does not hold.
+    const CharAttributes& attributes(AttributesID id) const {
+        return id < looks_.size() ? looks_[id] : looks_[0];
+    }
+    // The number of `look`, added to the table when it is new.
+    AttributesID intern(const CharAttributes& look);
+    // How many distinct looks the table holds.
+    size_t lookCount() const { return looks_.size(); }
 
     // Every run's point size grown by `delta`; runs without a size are left as they are.
     StyledText& changeFontByPointSize(double delta);
@@ -107,6 +124,9 @@ class StyledText {
 
   private:
     std::vector<Block> blocks_;
+    std::vector<CharAttributes> looks_;
+    // Look numbers by the hash of their look.
+    std::unordered_multimap<size_t, AttributesID> lookIndex_;
 };
 
 }  // namespace qb

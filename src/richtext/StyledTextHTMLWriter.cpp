@@ -3,7 +3,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
+
 #include "mailkit/Base64.h"
+#include "richtext/ByteScan.h"
 
 namespace qb {
 
@@ -24,10 +28,64 @@ std::string colorCSS(const RGBColor& c) {
     return fmt::format("#{:02x}{:02x}{:02x}", c.red, c.green, c.blue);
 }
 
+// The bytes of text that a page does not take as they are: markup characters, line breaks
+// and the other control characters (which have no place in a page).
+constexpr std::array<bool, 256> kChanged = [] {
+    std::array<bool, 256> t{};
+    for (int c = 0; c < 0x20; ++c)
+        t[size_t(c)] = c != '\t';
+    for (unsigned char c : {'&', '<', '>', '"'})
+        t[c] = true;
+    return t;
+}();
+
+// Where the next byte from `i` on that may need a change is (a tab may be named too).
+size_t nextCandidate(std::string_view s, size_t i) {
+    return bytescan::findFirst(s, i, "&<>\"", 0x20);
+}
+
+// Text is copied in stretches between the bytes that need a change.
+void appendEscaped(std::string& out, std::string_view s, bool attribute) {
+    size_t start = 0;
+    for (size_t i = nextCandidate(s, 0); i < s.size(); i = nextCandidate(s, i)) {
+        const char c = s[i];
+        if (!kChanged[static_cast<unsigned char>(c)]) {
+            ++i;
+            continue;
+        }
+        out.append(s.data() + start, i - start);
+        start = i + 1;
+        switch (c) {
+            case '&':
+                out += "&amp;";
+                break;
+            case '<':
+                out += "&lt;";
+                break;
+            case '>':
+                out += "&gt;";
+                break;
+            case '"':
+                out += attribute ? "&quot;" : "\"";
+                break;
+            case '\n':
+                out += attribute ? " " : "<br>";
+                break;
+            default:
+                break;
+        }
+        ++i;
+    }
+    out.append(s.data() + start, s.size() - start);
+}
+
 class Writer {
   public:
-    std::string write(const StyledText& text, size_t sizeHint) {
-        out_.reserve(sizeHint);
+    explicit Writer(const StyledText& text) : text_(text), looks_(text.lookCount()) {}
+
+    std::string write(size_t sizeHint) {
+        const StyledText& text = text_;
+        out_.reserve(std::max(sizeHint, kHead.size()));
         out_ = kHead;
         for (const auto& block : text.blocks()) {
             if (block.isTable)
@@ -40,30 +98,7 @@ class Writer {
     }
 
   private:
-    void escaped(std::string_view s, bool attribute = false) {
-        for (char c : s) {
-            switch (c) {
-                case '&': out_ += "&amp;"; break;
-                case '<': out_ += "&lt;"; break;
-                case '>': out_ += "&gt;"; break;
-                case '"':
-                    if (attribute)
-                        out_ += "&quot;";
-                    else
-                        out_ += c;
-                    break;
-                case '\n':
-                    if (attribute)
-                        out_ += ' ';
-                    else
-                        out_ += "<br>";
-                    break;
-                default:
-                    // Other control characters have no place in a page.
-                    if (static_cast<unsigned char>(c) >= 0x20 || c == '\t') out_ += c;
-            }
-        }
-    }
+    void escaped(std::string_view s, bool attribute = false) { appendEscaped(out_, s, attribute); }
 
     static std::string runStyle(const CharAttributes& a) {
         std::string s;
@@ -108,8 +143,10 @@ class Writer {
             return;
         }
         if (image.mimeType.empty() || image.data.empty()) return;
-        out_ += "<img src=\"data:" + image.mimeType + ";base64,";
-        out_ += base64EncodedString(image.data.view());
+        out_ += "<img src=\"data:";
+        out_ += image.mimeType;
+        out_ += ";base64,";
+        appendBase64(out_, image.data.view());
         out_ += "\" alt=\"\"";
         std::string style;
         if (image.widthTwips) style += "width: " + pointsOfTwips(*image.widthTwips) + "; ";
@@ -121,26 +158,61 @@ class Writer {
         out_ += ">";
     }
 
-    void writeRun(const TextRun& run) {
-        const bool linked = !run.attributes.link.empty();
-        if (linked) {
-            out_ += "<a href=\"";
-            escaped(run.attributes.link, true);
-            out_ += "\">";
+    // The tags of a look, made the first time a run has it.
+    struct LookTags {
+        bool ready = false;
+        std::string link;  // <a href="…">, or empty
+        std::string span;  // <span style="…">, or empty
+    };
+
+    const LookTags& tagsOf(AttributesID id) {
+        if (id >= looks_.size()) looks_.resize(size_t{id} + 1);
+        LookTags& tags = looks_[id];
+        if (tags.ready) return tags;
+        const CharAttributes& a = text_.attributes(id);
+        if (!a.link.empty()) {
+            tags.link = "<a href=\"";
+            appendEscaped(tags.link, a.link, true);
+            tags.link += "\">";
         }
+        if (const std::string style = runStyle(a); !style.empty())
+            tags.span = "<span style=\"" + style + "\">";
+        tags.ready = true;
+        return tags;
+    }
+
+    void writeRun(const TextRun& run) {
+        const LookTags& tags = tagsOf(run.attributes);
+        out_ += tags.link;
         if (run.image) {
             writeImage(*run.image);
         } else {
-            const std::string style = runStyle(run.attributes);
-            if (!style.empty()) out_ += "<span style=\"" + style + "\">";
+            out_ += tags.span;
             escaped(run.text);
-            if (!style.empty()) out_ += "</span>";
+            if (!tags.span.empty()) out_ += "</span>";
         }
-        if (linked) out_ += "</a>";
+        if (!tags.link.empty()) out_ += "</a>";
     }
 
-    void writeParagraph(const Paragraph& p) {
+    // What a paragraph's opening tag depends on. Paragraphs mostly look like the one before,
+    // so the last tag is kept.
+    struct ParagraphKey {
+        Alignment alignment;
+        int32_t leftIndent, rightIndent, firstLineIndent, spaceBefore, spaceAfter;
+        bool marked, empty;
+        std::optional<double> markPoints;
+        friend bool operator==(const ParagraphKey&, const ParagraphKey&) = default;
+    };
+
+    const std::string& paragraphTag(const Paragraph& p, const CharAttributes& mark) {
         const ParagraphAttributes& a = p.attributes;
+        const bool empty = p.runs.empty() && a.listMarker.empty();
+        const ParagraphKey key{
+            a.alignment,           a.leftIndent,  a.rightIndent,
+            a.firstLineIndent,     a.spaceBefore, a.spaceAfter,
+            !a.listMarker.empty(), empty,         empty ? mark.pointSize : std::nullopt};
+        if (lastParagraph_ && *lastParagraph_ == key) return lastParagraphTag_;
+        lastParagraph_ = key;
         std::string style;
         switch (a.alignment) {
             case Alignment::Right: style += "text-align: right; "; break;
@@ -154,15 +226,20 @@ class Writer {
             style += "text-indent: " + pointsOfTwips(a.firstLineIndent) + "; ";
         if (a.spaceBefore > 0) style += "margin-top: " + pointsOfTwips(a.spaceBefore) + "; ";
         if (a.spaceAfter > 0) style += "margin-bottom: " + pointsOfTwips(a.spaceAfter) + "; ";
-        const bool empty = p.runs.empty() && a.listMarker.empty();
         // An empty paragraph is a blank line as tall as its mark.
-        if (empty && p.markAttributes.pointSize)
-            style += fmt::format("font-size: {:g}pt; ", *p.markAttributes.pointSize);
+        if (empty && mark.pointSize) style += fmt::format("font-size: {:g}pt; ", *mark.pointSize);
         if (!style.empty()) style.pop_back();
-        out_ += style.empty() ? "<p>" : "<p style=\"" + style + "\">";
+        lastParagraphTag_ = style.empty() ? "<p>" : "<p style=\"" + style + "\">";
+        return lastParagraphTag_;
+    }
+
+    void writeParagraph(const Paragraph& p) {
+        const ParagraphAttributes& a = p.attributes;
+        const bool empty = p.runs.empty() && a.listMarker.empty();
+        out_ += paragraphTag(p, text_.attributes(p.markAttributes));
         if (!a.listMarker.empty()) {
-            const std::string markerStyle = runStyle(p.markAttributes);
-            out_ += markerStyle.empty() ? "<span>" : "<span style=\"" + markerStyle + "\">";
+            const std::string& markerSpan = tagsOf(p.markAttributes).span;
+            out_ += markerSpan.empty() ? "<span>" : markerSpan;
             escaped(a.listMarker);
             out_ += " </span>";
         }
@@ -177,10 +254,14 @@ class Writer {
         for (const auto& row : t.rows) {
             out_ += "<tr>";
             for (const auto& cell : row.cells) {
-                if (cell.widthTwips)
-                    out_ += "<td style=\"width: " + pointsOfTwips(*cell.widthTwips) + "\">";
-                else
-                    out_ += "<td>";
+                if (cell.widthTwips != lastCellWidth_) {
+                    lastCellWidth_ = cell.widthTwips;
+                    lastCellTag_ =
+                        cell.widthTwips
+                            ? "<td style=\"width: " + pointsOfTwips(*cell.widthTwips) + "\">"
+                            : "<td>";
+                }
+                out_ += lastCellTag_;
                 for (const auto& p : cell.paragraphs)
                     writeParagraph(p);
                 out_ += "</td>";
@@ -190,13 +271,19 @@ class Writer {
         out_ += "</table>\n";
     }
 
+    const StyledText& text_;
+    std::vector<LookTags> looks_;
+    std::optional<ParagraphKey> lastParagraph_;
+    std::string lastParagraphTag_;
+    std::optional<int32_t> lastCellWidth_;
+    std::string lastCellTag_ = "<td>";
     std::string out_;
 };
 
 }  // namespace
 
 std::string htmlOfStyledText(const StyledText& text, size_t sizeHint) {
-    return Writer().write(text, sizeHint);
+    return Writer(text).write(sizeHint);
 }
 
 }  // namespace qb

@@ -14,7 +14,10 @@ namespace {
 
 class Writer {
   public:
-    std::string write(const StyledText& text) {
+    explicit Writer(const StyledText& text) : text_(text) {}
+
+    std::string write() {
+        const StyledText& text = text_;
         collect(text);
         out_ = "{\\rtf1\\ansi\\ansicpg1252\\deff0\\uc1\n{\\fonttbl";
         for (size_t i = 0; i < fontNames_.size(); ++i) {
@@ -41,9 +44,10 @@ class Writer {
   private:
     void collectParagraph(const Paragraph& p) {
         for (const auto& run : p.runs) {
-            fontIndex(run.attributes.fontFamily);
-            if (run.attributes.foreground) colorIndex(*run.attributes.foreground);
-            if (run.attributes.background) colorIndex(*run.attributes.background);
+            const CharAttributes& a = text_.attributes(run.attributes);
+            fontIndex(a.fontFamily);
+            if (a.foreground) colorIndex(*a.foreground);
+            if (a.background) colorIndex(*a.background);
         }
     }
 
@@ -99,7 +103,7 @@ class Writer {
     }
 
     void writeRun(const TextRun& run) {
-        const CharAttributes& a = run.attributes;
+        const CharAttributes& a = text_.attributes(run.attributes);
         const bool linked = !a.link.empty();
         if (linked) {
             out_ += "{\\field{\\*\\fldinst HYPERLINK \"";
@@ -196,6 +200,7 @@ class Writer {
         out_ += "\\pard\n";
     }
 
+    const StyledText& text_;
     std::string out_;
     std::map<std::string, size_t> fonts_;
     std::vector<std::string> fontNames_;
@@ -206,7 +211,7 @@ class Writer {
 }  // namespace
 
 std::string rtfOfStyledText(const StyledText& text) {
-    return Writer().write(text);
+    return Writer(text).write();
 }
 
 }  // namespace qb

@@ -127,8 +127,8 @@ TEST(HTMLExporterStyledText, TheBodyIsKeptAsStyledTextTwoPointsLarger) {
     ASSERT_TRUE(styled);
     const auto& runs = styled->blocks().at(0).paragraph.runs;
     ASSERT_EQ(runs.size(), 2u);
-    EXPECT_EQ(runs[0].attributes.pointSize, 12.0);
-    EXPECT_EQ(runs[1].attributes.pointSize, 14.0);
+    EXPECT_EQ(styled->attributes(runs[0].attributes).pointSize, 12.0);
+    EXPECT_EQ(styled->attributes(runs[1].attributes).pointSize, 14.0);
     EXPECT_EQ(styled->plainText(), "small default\n");
 }
 

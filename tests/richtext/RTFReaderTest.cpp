@@ -61,18 +61,19 @@ TEST(RTFReader, CharacterAndParagraphFormatting) {
     EXPECT_EQ(p.attributes.spaceAfter, 240);
     ASSERT_EQ(p.runs.size(), 8u);
     EXPECT_EQ(p.runs[0].text, "plain ");
-    EXPECT_EQ(p.runs[0].attributes.fontFamily, "Arial");
-    EXPECT_EQ(p.runs[0].attributes.genericFamily, "sans-serif");
-    EXPECT_EQ(p.runs[0].attributes.pointSize, 14.0);
-    EXPECT_TRUE(p.runs[1].attributes.bold);
-    EXPECT_FALSE(p.runs[2].attributes.bold);  // the group ended
-    EXPECT_TRUE(p.runs[2].attributes.italic && p.runs[2].attributes.underline);
-    EXPECT_TRUE(p.runs[3].attributes.strikethrough);
-    EXPECT_EQ(p.runs[4].attributes.vertical, VerticalPosition::Superscript);
-    EXPECT_EQ(p.runs[5].attributes.vertical, VerticalPosition::Subscript);
-    EXPECT_EQ(p.runs[6].attributes.foreground, (RGBColor{255, 0, 0}));
-    EXPECT_EQ(p.runs[6].attributes.background, (RGBColor{0, 0, 255}));
-    EXPECT_EQ(p.runs[7].attributes.fontFamily, "Times New Roman");
+    EXPECT_EQ(doc.attributes(p.runs[0].attributes).fontFamily, "Arial");
+    EXPECT_EQ(doc.attributes(p.runs[0].attributes).genericFamily, "sans-serif");
+    EXPECT_EQ(doc.attributes(p.runs[0].attributes).pointSize, 14.0);
+    EXPECT_TRUE(doc.attributes(p.runs[1].attributes).bold);
+    EXPECT_FALSE(doc.attributes(p.runs[2].attributes).bold);  // the group ended
+    EXPECT_TRUE(doc.attributes(p.runs[2].attributes).italic &&
+                doc.attributes(p.runs[2].attributes).underline);
+    EXPECT_TRUE(doc.attributes(p.runs[3].attributes).strikethrough);
+    EXPECT_EQ(doc.attributes(p.runs[4].attributes).vertical, VerticalPosition::Superscript);
+    EXPECT_EQ(doc.attributes(p.runs[5].attributes).vertical, VerticalPosition::Subscript);
+    EXPECT_EQ(doc.attributes(p.runs[6].attributes).foreground, (RGBColor{255, 0, 0}));
+    EXPECT_EQ(doc.attributes(p.runs[6].attributes).background, (RGBColor{0, 0, 255}));
+    EXPECT_EQ(doc.attributes(p.runs[7].attributes).fontFamily, "Times New Roman");
     EXPECT_EQ(paragraph(doc, 1).attributes.alignment, Alignment::Right);
     EXPECT_EQ(paragraph(doc, 1).attributes.leftIndent, 0);  // \pard resets
     EXPECT_EQ(doc.plainText(), "plain boldits2xredserif\nright\n");
@@ -92,7 +93,7 @@ TEST(RTFReader, CodePagesOfFontsAndDocument) {
         "{\\rtf1\\ansi\\ansicpg932{\\fonttbl{\\f0\\fnil\\fcharset128 \\'82\\'6c\\'82\\'72 "
         "Gothic;}}\\f0 \\'93\\'fa\\'96\\'7b\\'8c\\'ea\\'83e\\par}");
     EXPECT_EQ(ja.plainText(), "日本語テ\n");
-    EXPECT_EQ(paragraph(ja, 0).runs[0].attributes.fontFamily, "ＭＳ Gothic");
+    EXPECT_EQ(ja.attributes(paragraph(ja, 0).runs[0].attributes).fontFamily, "ＭＳ Gothic");
     // Simplified Chinese (GBK), Korean, Traditional Chinese (Big5) by charset.
     EXPECT_EQ(read("{\\rtf1{\\fonttbl{\\f1\\fcharset134 SimSun;}}\\f1 \\'d6\\'d0\\'ce\\'c4}").plainText(),
               "中文\n");
@@ -158,10 +159,10 @@ TEST(RTFReader, FieldsBecomeLinksAndListsKeepTheirMarkers) {
     const Paragraph& p = paragraph(doc, 0);
     ASSERT_GE(p.runs.size(), 4u);
     EXPECT_EQ(p.runs[1].text, "here");
-    EXPECT_EQ(p.runs[1].attributes.link, "http://example.org/a b");
+    EXPECT_EQ(doc.attributes(p.runs[1].attributes).link, "http://example.org/a b");
     EXPECT_EQ(p.runs[3].text, "top");
-    EXPECT_EQ(p.runs[3].attributes.link, "#top");
-    EXPECT_EQ(p.runs.back().attributes.link, "");  // a page number is no link
+    EXPECT_EQ(doc.attributes(p.runs[3].attributes).link, "#top");
+    EXPECT_EQ(doc.attributes(p.runs.back().attributes).link, "");  // a page number is no link
     EXPECT_EQ(paragraph(doc, 1).attributes.listMarker, "•");
     EXPECT_EQ(paragraph(doc, 2).attributes.listMarker, "2.");
     EXPECT_EQ(doc.plainText(), "see here and top 3\n•item\n2.second\n");
@@ -229,9 +230,9 @@ TEST(StyledText, FontStepGrowsEveryRunWithASize) {
     auto doc = read("{\\rtf1\\fs20 a{\\fs30 b}\\par}");
     doc.changeFontByPointSize(2.0);
     const auto& p = paragraph(doc, 0);
-    EXPECT_EQ(p.runs[0].attributes.pointSize, 12.0);
-    EXPECT_EQ(p.runs[1].attributes.pointSize, 17.0);
-    EXPECT_EQ(p.markAttributes.pointSize, 12.0);
+    EXPECT_EQ(doc.attributes(p.runs[0].attributes).pointSize, 12.0);
+    EXPECT_EQ(doc.attributes(p.runs[1].attributes).pointSize, 17.0);
+    EXPECT_EQ(doc.attributes(p.markAttributes).pointSize, 12.0);
     StyledText empty;
     EXPECT_TRUE(empty.changeFontByPointSize(2.0).empty());
     auto text = StyledText::fromPlainText("one\r\ntwo\n\nthree\n", 14.0);
