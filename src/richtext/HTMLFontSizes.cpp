@@ -14,6 +14,7 @@
 #include <memory>
 #include <mutex>
 
+#include "platform/AsciiCase.h"
 #include "platform/Log.h"
 #include "richtext/XmlNodes.h"
 
@@ -27,10 +28,7 @@ constexpr int kMaxDepth = 256;
 constexpr std::array<double, 7> kFontSizePoints{7.5, 10, 12, 13.5, 18, 24, 36};
 
 bool startsWithNoCase(std::string_view s, size_t pos, std::string_view word) {
-    if (pos + word.size() > s.size()) return false;
-    for (size_t i = 0; i < word.size(); ++i)
-        if (std::tolower(static_cast<unsigned char>(s[pos + i])) != word[i]) return false;
-    return true;
+    return pos <= s.size() && startsWithIgnoringASCIICase(s.substr(pos), word);
 }
 
 bool isNameChar(char c) {
@@ -52,7 +50,6 @@ bool hasFontSize(std::string_view style) {
     return false;
 }
 
-
 void enlargeTree(xmlNode* node, double points, int depth) {
     if (depth > kMaxDepth) return;
     for (xmlNode* n = node; n; n = n->next) {
@@ -61,7 +58,8 @@ void enlargeTree(xmlNode* node, double points, int depth) {
             std::string style = xmlAttribute(n, "style");
             if (!style.empty()) setAttribute(n, "style", cssWithFontSizesEnlarged(style, points));
             if (name == "font") {
-                if (auto pt = fontElementPoints(xmlAttribute(n, "size")); pt && !hasFontSize(style)) {
+                if (auto pt = fontElementPoints(xmlAttribute(n, "size"));
+                    pt && !hasFontSize(style)) {
                     xmlUnsetProp(n, reinterpret_cast<const xmlChar*>("size"));
                     const std::string now = xmlAttribute(n, "style");
                     setAttribute(n, "style",

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "richtext/RTFFontTable.h"
+#include "richtext/RTFGroupStack.h"
 #include "richtext/RTFTextDecoder.h"
 #include "richtext/RTFTokenizer.h"
 
@@ -14,7 +15,6 @@ namespace {
 
 // The marker belongs to the header: it comes before the first group inside the document.
 constexpr size_t kHeaderTokens = 64;
-constexpr size_t kMaxGroupDepth = 512;
 
 enum class Destination : uint8_t { Content, Skip, FontTable, Tag };
 
@@ -32,24 +32,33 @@ class Decapsulator {
     std::optional<std::string> run() {
         for (RTFToken t = tokens_.next(); t.kind != RTFToken::Kind::End; t = tokens_.next()) {
             switch (t.kind) {
-                case RTFToken::Kind::GroupStart: groupStart(); break;
+                case RTFToken::Kind::GroupStart:
+                    groupStart();
+                    break;
                 case RTFToken::Kind::GroupEnd:
                     groupEnd();
-                    if (stack_.empty()) return finish();
+                    if (groups_.empty()) return finish();
                     break;
-                case RTFToken::Kind::ControlWord: controlWord(t); break;
-                case RTFToken::Kind::ControlSymbol: controlSymbol(t); break;
+                case RTFToken::Kind::ControlWord:
+                    controlWord(t);
+                    break;
+                case RTFToken::Kind::ControlSymbol:
+                    controlSymbol(t);
+                    break;
                 case RTFToken::Kind::HexByte:
-                    groupJustOpened_ = starred_ = false;
-                    if (skipSubstitute(1)) break;
+                    groups_.clearMarks();
+                    if (groups_.skipSubstitute(1)) break;
                     if (state_.destination == Destination::FontTable)
                         fonts_.hexByte(t.byte);
                     else if (emits())
                         out_.addByte(t.byte);
                     break;
-                case RTFToken::Kind::Text: text(t.text); break;
+                case RTFToken::Kind::Text:
+                    text(t.text);
+                    break;
                 case RTFToken::Kind::Binary:
-                case RTFToken::Kind::End: break;
+                case RTFToken::Kind::End:
+                    break;
             }
         }
         return finish();
@@ -67,30 +76,14 @@ class Decapsulator {
         return state_.destination == Destination::Content && !state_.suppressed;
     }
 
-    size_t skipSubstitute(size_t n) {
-        const size_t s = n < pendingSkip_ ? n : pendingSkip_;
-        pendingSkip_ -= s;
-        return s;
-    }
-
     void groupStart() {
-        pendingSkip_ = 0;
-        if (stack_.size() >= kMaxGroupDepth) {
-            tokens_.skipGroup();
-            return;
-        }
-        stack_.push_back(state_);
-        groupJustOpened_ = true;
-        starred_ = false;
+        if (!groups_.open(state_)) tokens_.skipGroup();
     }
 
     void groupEnd() {
-        pendingSkip_ = 0;
-        groupJustOpened_ = starred_ = false;
-        if (stack_.empty()) return;
-        const GroupState closing = state_;
-        state_ = stack_.back();
-        stack_.pop_back();
+        const std::optional<GroupState> ended = groups_.close(state_);
+        if (!ended) return;
+        const GroupState& closing = *ended;
         if (closing.destination == Destination::FontTable) fonts_.endFont();
         if (closing.destination == Destination::Tag && state_.destination != Destination::Tag)
             justClosedTag_ = closingTag_;
@@ -99,19 +92,18 @@ class Decapsulator {
 
     // Leaves the group just opened without reading it.
     void dropGroup() {
-        state_ = stack_.back();
-        stack_.pop_back();
+        groups_.drop(state_);
         tokens_.skipGroup();
     }
 
     void applyCodePage() {
-        out_.setCodePage(fonts_.codePageOf(state_.font >= 0 ? state_.font : defaultFont_,
-                                           ansiCodePage_));
+        out_.setCodePage(
+            fonts_.codePageOf(state_.font >= 0 ? state_.font : defaultFont_, ansiCodePage_));
     }
 
     void text(std::string_view t) {
-        groupJustOpened_ = starred_ = false;
-        t.remove_prefix(skipSubstitute(t.size()));
+        groups_.clearMarks();
+        t.remove_prefix(groups_.skipSubstitute(t.size()));
         if (t.empty()) return;
         if (state_.destination == Destination::FontTable) {
             fonts_.text(t);
@@ -125,18 +117,25 @@ class Decapsulator {
     void controlSymbol(const RTFToken& t) {
         const char c = t.word.empty() ? '\0' : t.word[0];
         if (c == '*') {
-            starred_ = true;
+            groups_.star();
             return;
         }
-        groupJustOpened_ = starred_ = false;
-        if (skipSubstitute(1) || !emits()) return;
+        groups_.clearMarks();
+        if (groups_.skipSubstitute(1) || !emits()) return;
         switch (c) {
             case '\\':
             case '{':
-            case '}': out_.addBytes(t.word); break;
-            case '~': out_.addUnicode(0xA0); break;
-            case '_': out_.addUnicode(0x2011); break;
-            default: break;
+            case '}':
+                out_.addBytes(t.word);
+                break;
+            case '~':
+                out_.addUnicode(0xA0);
+                break;
+            case '_':
+                out_.addUnicode(0x2011);
+                break;
+            default:
+                break;
         }
     }
 
@@ -162,11 +161,28 @@ class Decapsulator {
             state_.destination = Destination::FontTable;
             return true;
         }
-        static constexpr std::array<std::string_view, 22> kSkipped{
-            "colortbl", "stylesheet", "info", "pict", "fldinst", "header", "footer",
-            "listtable", "listoverridetable", "rsidtbl", "generator", "xmlnstbl",
-            "themedata", "colorschememapping", "latentstyles", "datastore", "pntext",
-            "listtext", "object", "nonshppict", "headerl", "headerr"};
+        static constexpr std::array<std::string_view, 22> kSkipped{"colortbl",
+                                                                   "stylesheet",
+                                                                   "info",
+                                                                   "pict",
+                                                                   "fldinst",
+                                                                   "header",
+                                                                   "footer",
+                                                                   "listtable",
+                                                                   "listoverridetable",
+                                                                   "rsidtbl",
+                                                                   "generator",
+                                                                   "xmlnstbl",
+                                                                   "themedata",
+                                                                   "colorschememapping",
+                                                                   "latentstyles",
+                                                                   "datastore",
+                                                                   "pntext",
+                                                                   "listtext",
+                                                                   "object",
+                                                                   "nonshppict",
+                                                                   "headerl",
+                                                                   "headerr"};
         bool skip = starred;
         for (auto s : kSkipped)
             if (w == s) skip = true;
@@ -178,17 +194,13 @@ class Decapsulator {
     void controlWord(const RTFToken& t) {
         const std::string_view w = t.word;
         const int32_t p = t.param.value_or(0);
-        if (!groupJustOpened_ && starred_) {
-            // "\*" belongs before the first word of a group; elsewhere the word is ignored.
-            starred_ = false;
+        // "\*" belongs before the first word of a group; elsewhere the word is ignored.
+        const auto place = groups_.placeWord();
+        if (place == RTFGroupStack<GroupState>::WordPlace::Ignored) return;
+        if (place != RTFGroupStack<GroupState>::WordPlace::Inside &&
+            destination(t, place == RTFGroupStack<GroupState>::WordPlace::FirstStarred))
             return;
-        }
-        if (groupJustOpened_) {
-            const bool starred = starred_;
-            groupJustOpened_ = starred_ = false;
-            if (destination(t, starred)) return;
-        }
-        pendingSkip_ = 0;
+        groups_.cancelSubstitute();
         if (state_.destination == Destination::FontTable) {
             fonts_.controlWord(w, p, ansiCodePage_);
             return;
@@ -208,7 +220,7 @@ class Decapsulator {
             state_.unicodeSkip = p < 0 ? 0 : (p > 16 ? 16 : p);
         } else if (w == "u") {
             if (emits()) out_.addUnicode(p);
-            pendingSkip_ = static_cast<size_t>(state_.unicodeSkip);
+            groups_.expectSubstitute(static_cast<size_t>(state_.unicodeSkip));
         } else if (emits()) {
             struct Special {
                 std::string_view word;
@@ -242,10 +254,8 @@ class Decapsulator {
     };
 
     RTFTokenizer tokens_;
-    std::vector<GroupState> stack_;
+    RTFGroupStack<GroupState> groups_;
     GroupState state_;
-    bool groupJustOpened_ = false, starred_ = false;
-    size_t pendingSkip_ = 0;
     RTFFontTable fonts_;
     uint32_t ansiCodePage_ = 1252;
     int32_t defaultFont_ = 0;

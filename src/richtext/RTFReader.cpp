@@ -7,6 +7,7 @@
 
 #include "richtext/RTFControlWords.h"
 #include "richtext/RTFFontTable.h"
+#include "richtext/RTFGroupStack.h"
 #include "richtext/RTFPictureData.h"
 #include "richtext/RTFTextDecoder.h"
 #include "richtext/RTFTokenizer.h"
@@ -16,19 +17,18 @@ namespace qb {
 namespace {
 
 // Deeper groups than this are skipped whole, so hostile nesting costs no memory.
-constexpr size_t kMaxGroupDepth = 512;
 constexpr int32_t kDefaultHalfPoints = 24;
 
 enum class Destination : uint8_t {
-    Text,              // body text
-    Skip,              // skipped with everything in it
-    Ignore,            // no text of its own; groups inside may bring text back (\result)
+    Text,    // body text
+    Skip,    // skipped with everything in it
+    Ignore,  // no text of its own; groups inside may bring text back (\result)
     FontTable,
     ColorTable,
     Picture,
     FieldInstruction,
     ListText,
-    Graphic,           // a "\NeXTGraphic NAME" reference of a directory document
+    Graphic,  // a "\NeXTGraphic NAME" reference of a directory document
 };
 
 struct GroupState {
@@ -103,8 +103,10 @@ bool equalsNoCase(std::string_view a, std::string_view b) {
 
 std::string trimmed(std::string_view s) {
     size_t b = 0, e = s.size();
-    while (b < e && (s[b] == ' ' || s[b] == '\t')) ++b;
-    while (e > b && (s[e - 1] == ' ' || s[e - 1] == '\t')) --e;
+    while (b < e && (s[b] == ' ' || s[b] == '\t'))
+        ++b;
+    while (e > b && (s[e - 1] == ' ' || s[e - 1] == '\t'))
+        --e;
     return std::string(s.substr(b, e - b));
 }
 
@@ -126,8 +128,6 @@ class Reader {
     bool setDestination(RTFWord word, bool starred);
 
     bool collectsText() const;
-    // Consumes up to `n` characters of the substitute text that follows a \uN.
-    size_t skipSubstitute(size_t n);
     void flushText();
     // The look of text in the current state, with or without its link.
     AttributesID currentLook(bool withLink = true);
@@ -146,11 +146,8 @@ class Reader {
     Bytes input_;
     const RTFPictureFiles* files_;
     RTFTokenizer tokens_;
-    std::vector<GroupState> stack_;
+    RTFGroupStack<GroupState> groups_;
     GroupState state_;
-    bool groupJustOpened_ = false;
-    bool starred_ = false;
-    size_t pendingSkip_ = 0;
 
     RTFFontTable fonts_;
     std::vector<std::optional<RGBColor>> colors_;
@@ -179,16 +176,31 @@ class Reader {
 StyledText Reader::read() {
     for (RTFToken t = tokens_.next(); t.kind != RTFToken::Kind::End; t = tokens_.next()) {
         switch (t.kind) {
-            case RTFToken::Kind::GroupStart: onGroupStart(); break;
-            case RTFToken::Kind::GroupEnd: onGroupEnd(); break;
-            case RTFToken::Kind::ControlWord: onControlWord(t); break;
-            case RTFToken::Kind::ControlSymbol: onControlSymbol(t); break;
-            case RTFToken::Kind::HexByte: onHexByte(t.byte); break;
-            case RTFToken::Kind::Text: onText(t.text); break;
-            case RTFToken::Kind::Binary: onBinary(t); break;
-            case RTFToken::Kind::End: break;
+            case RTFToken::Kind::GroupStart:
+                onGroupStart();
+                break;
+            case RTFToken::Kind::GroupEnd:
+                onGroupEnd();
+                break;
+            case RTFToken::Kind::ControlWord:
+                onControlWord(t);
+                break;
+            case RTFToken::Kind::ControlSymbol:
+                onControlSymbol(t);
+                break;
+            case RTFToken::Kind::HexByte:
+                onHexByte(t.byte);
+                break;
+            case RTFToken::Kind::Text:
+                onText(t.text);
+                break;
+            case RTFToken::Kind::Binary:
+                onBinary(t);
+                break;
+            case RTFToken::Kind::End:
+                break;
         }
-        if (stack_.empty() && t.kind == RTFToken::Kind::GroupEnd) break;  // the document's end
+        if (groups_.empty() && t.kind == RTFToken::Kind::GroupEnd) break;  // the document's end
     }
     // Cut-off input: what was read is kept, a cell or paragraph in progress included.
     flushText();
@@ -199,33 +211,22 @@ StyledText Reader::read() {
             finishParagraph();
     }
     if (!cell_.paragraphs.empty() || !row_.cells.empty()) finishRow();
-    while (!stack_.empty())
+    while (!groups_.empty())
         onGroupEnd();
     return std::move(doc_);
 }
 
 void Reader::onGroupStart() {
     flushText();
-    pendingSkip_ = 0;
-    if (stack_.size() >= kMaxGroupDepth) {
-        tokens_.skipGroup();
-        return;
-    }
-    stack_.push_back(state_);
-    groupJustOpened_ = true;
-    starred_ = false;
+    if (!groups_.open(state_)) tokens_.skipGroup();
 }
 
 void Reader::onGroupEnd() {
     flushText();
-    pendingSkip_ = 0;
-    groupJustOpened_ = false;
-    starred_ = false;
-    if (stack_.empty()) return;
-    const GroupState closing = state_;
-    state_ = stack_.back();
-    stack_.pop_back();
-    while (!fields_.empty() && fields_.back().depth > stack_.size())
+    const std::optional<GroupState> ended = groups_.close(state_);
+    if (!ended) return;
+    const GroupState& closing = *ended;
+    while (!fields_.empty() && fields_.back().depth > groups_.depth())
         fields_.pop_back();
     switch (closing.destination) {
         case Destination::FontTable:
@@ -310,22 +311,19 @@ bool Reader::setDestination(RTFWord w, bool starred) {
 
 bool Reader::collectsText() const {
     switch (state_.destination) {
-        case Destination::Text: return !state_.hidden;
+        case Destination::Text:
+            return !state_.hidden;
         case Destination::FieldInstruction:
-        case Destination::ListText: return true;
-        default: return false;
+        case Destination::ListText:
+            return true;
+        default:
+            return false;
     }
 }
 
-size_t Reader::skipSubstitute(size_t n) {
-    const size_t skipped = std::min(n, pendingSkip_);
-    pendingSkip_ -= skipped;
-    return skipped;
-}
-
 void Reader::onText(std::string_view text) {
-    groupJustOpened_ = starred_ = false;
-    text.remove_prefix(skipSubstitute(text.size()));
+    groups_.clearMarks();
+    text.remove_prefix(groups_.skipSubstitute(text.size()));
     if (text.empty()) return;
     switch (state_.destination) {
         case Destination::ColorTable:
@@ -357,8 +355,8 @@ void Reader::onText(std::string_view text) {
 }
 
 void Reader::onHexByte(uint8_t byte) {
-    groupJustOpened_ = starred_ = false;
-    if (skipSubstitute(1)) return;
+    groups_.clearMarks();
+    if (groups_.skipSubstitute(1)) return;
     if (state_.destination == Destination::FontTable) {
         fonts_.hexByte(byte);
         tablesChanged();
@@ -368,7 +366,7 @@ void Reader::onHexByte(uint8_t byte) {
 }
 
 void Reader::onBinary(const RTFToken& t) {
-    if (skipSubstitute(1)) return;
+    if (groups_.skipSubstitute(1)) return;
     if (state_.destination != Destination::Picture) return;
     const size_t offset = t.text.data() - input_.view().data();
     picture_.setBinary(input_.slice(offset, t.text.size()));
@@ -377,22 +375,31 @@ void Reader::onBinary(const RTFToken& t) {
 void Reader::onControlSymbol(const RTFToken& t) {
     const char c = t.word.empty() ? '\0' : t.word[0];
     if (c == '*') {
-        starred_ = true;
+        groups_.star();
         return;
     }
-    groupJustOpened_ = starred_ = false;
-    if (skipSubstitute(1)) return;
+    groups_.clearMarks();
+    if (groups_.skipSubstitute(1)) return;
     flushText();
     if (!collectsText()) return;
     switch (c) {
         case '\\':
         case '{':
-        case '}': decoder_.addBytes(t.word); break;
-        case '~': decoder_.addUnicode(0x00A0); break;
-        case '_': decoder_.addUnicode(0x2011); break;
+        case '}':
+            decoder_.addBytes(t.word);
+            break;
+        case '~':
+            decoder_.addUnicode(0x00A0);
+            break;
+        case '_':
+            decoder_.addUnicode(0x2011);
+            break;
         case '|':
-        case ':': decoder_.addBytes(t.word); break;
-        default: break;  // "\-" optional hyphen and unknown symbols show nothing
+        case ':':
+            decoder_.addBytes(t.word);
+            break;
+        default:
+            break;  // "\-" optional hyphen and unknown symbols show nothing
     }
 }
 
@@ -400,34 +407,29 @@ void Reader::onControlWord(const RTFToken& t) {
     const std::string_view w = t.word;
     const int32_t p = t.param.value_or(0);
     const bool on = !t.param || *t.param != 0;
-    if (!groupJustOpened_ && starred_) {
-        // "\*" belongs before the first word of a group; elsewhere the word is ignored.
-        starred_ = false;
-        return;
-    }
+    // "\*" belongs before the first word of a group; elsewhere the word is ignored.
+    const auto place = groups_.placeWord();
+    if (place == RTFGroupStack<GroupState>::WordPlace::Ignored) return;
     const RTFWord word = rtfWord(w);
-    if (groupJustOpened_) {
-        const bool starred = starred_;
-        groupJustOpened_ = false;
-        starred_ = false;
+    if (place != RTFGroupStack<GroupState>::WordPlace::Inside) {
+        const bool starred = place == RTFGroupStack<GroupState>::WordPlace::FirstStarred;
         if (word == RTFWord::field) {
             flushText();
-            fields_.push_back(Field{stack_.size(), {}, SIZE_MAX, -1});
+            fields_.push_back(Field{groups_.depth(), {}, SIZE_MAX, -1});
             return;
         }
         const Destination before = state_.destination;
         if (before != Destination::Skip && setDestination(word, starred)) {
             if (state_.destination == Destination::Skip) {
                 // Restore the group's state and read past it.
-                state_ = stack_.back();
-                stack_.pop_back();
+                groups_.drop(state_);
                 tokens_.skipGroup();
             }
             return;
         }
     }
     if (state_.destination == Destination::Skip) return;
-    pendingSkip_ = 0;
+    groups_.cancelSubstitute();
 
     switch (state_.destination) {
         case Destination::Picture:
@@ -455,7 +457,7 @@ void Reader::onControlWord(const RTFToken& t) {
     // Characters.
     if (word == RTFWord::u) {
         if (collectsText()) decoder_.addUnicode(p);
-        pendingSkip_ = static_cast<size_t>(std::max(state_.unicodeSkip, 0));
+        groups_.expectSubstitute(static_cast<size_t>(std::max(state_.unicodeSkip, 0)));
         return;
     }
     if (const char32_t c = characterOfRTFWord(word)) {
@@ -761,7 +763,8 @@ std::vector<std::string_view> instructionWords(std::string_view s) {
     std::vector<std::string_view> words;
     size_t i = 0;
     while (i < s.size() && words.size() < 64) {
-        while (i < s.size() && (s[i] == ' ' || s[i] == '\t')) ++i;
+        while (i < s.size() && (s[i] == ' ' || s[i] == '\t'))
+            ++i;
         if (i >= s.size()) break;
         const bool quoted = s[i] == '"';
         if (quoted) ++i;
@@ -800,8 +803,8 @@ std::optional<std::string> hyperlinkOfFieldInstruction(std::string_view instruct
 std::optional<StyledText> readRTF(const Bytes& rtf, const RTFPictureFiles* files) {
     std::string_view v = rtf.view();
     size_t start = 0;
-    while (start < v.size() && (v[start] == ' ' || v[start] == '\r' || v[start] == '\n' ||
-                                v[start] == '\t'))
+    while (start < v.size() &&
+           (v[start] == ' ' || v[start] == '\r' || v[start] == '\n' || v[start] == '\t'))
         ++start;
     if (v.substr(start, 5) != "{\\rtf") return std::nullopt;
     return Reader(rtf.slice(start), files).read();
