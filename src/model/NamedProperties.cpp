@@ -40,12 +40,14 @@ MAPIData valueForNamedProperty(const MAPIPropList* props, const NamedProperty& p
 
 std::optional<std::string> stringForNamedProperty(const MAPIPropList* props,
                                                   const NamedProperty& p) {
-    if (auto s = valueAs<std::string>(valueForNamedProperty(props, p))) return *s;
+    const MAPIData value = valueForNamedProperty(props, p);
+    if (auto s = valueAs<std::string>(value)) return *s;
     return std::nullopt;
 }
 
 std::optional<Bytes> bytesForNamedProperty(const MAPIPropList* props, const NamedProperty& p) {
-    if (auto b = valueAs<Bytes>(valueForNamedProperty(props, p))) return *b;
+    const MAPIData value = valueForNamedProperty(props, p);
+    if (auto b = valueAs<Bytes>(value)) return *b;
     return std::nullopt;
 }
 
@@ -57,12 +59,14 @@ std::optional<uint32_t> uint32ForNamedProperty(const MAPIPropList* props, const 
 }
 
 std::optional<bool> boolForNamedProperty(const MAPIPropList* props, const NamedProperty& p) {
-    if (auto b = valueAs<bool>(valueForNamedProperty(props, p))) return *b;
+    const MAPIData value = valueForNamedProperty(props, p);
+    if (auto b = valueAs<bool>(value)) return *b;
     return std::nullopt;
 }
 
 std::optional<Date> dateForNamedProperty(const MAPIPropList* props, const NamedProperty& p) {
-    if (auto d = valueAs<Date>(valueForNamedProperty(props, p))) return *d;
+    const MAPIData value = valueForNamedProperty(props, p);
+    if (auto d = valueAs<Date>(value)) return *d;
     return std::nullopt;
 }
 
