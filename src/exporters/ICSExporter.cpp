@@ -236,6 +236,8 @@ void ICSExporter::build(const OutlookMessage& m) {
     std::optional<Date> created = dateForProperty(props, kCreationTime);
     if (!created) created = dateForProperty(props, kLastModificationTime);
     if (!created) created = m.date();
+    // Still deterministic: the same item always gives the same file.
+    if (!created) created = start;
     if (created) {
         series.dtstamp = formatCalendarDateTime(*created, true);
         appendContentLine(out, "DTSTAMP:" + series.dtstamp);

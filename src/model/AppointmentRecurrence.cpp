@@ -97,10 +97,14 @@ void readAppointmentPart(ByteCursor& in, AppointmentRecurrence& r, StringEncodin
     const uint64_t fitting = ByteReader::fitCount(count, in.remaining(), kExceptionInfoMinSize);
     for (uint64_t i = 0; i < fitting; ++i) {
         RecurrenceException e;
-        if (!readExceptionInfo(in, e, encoding)) return;
+        if (!readExceptionInfo(in, e, encoding)) break;
         r.exceptions.push_back(std::move(e));
     }
-    if (r.exceptions.size() != count) return;
+    // A list that does not hold as many as it says is not to be trusted at all.
+    if (r.exceptions.size() != count) {
+        r.exceptions.clear();
+        return;
+    }
     in.skip(in.u32le());  // reserved block
     for (auto& e : r.exceptions) {
         RecurrenceException extended = e;

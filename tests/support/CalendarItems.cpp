@@ -100,6 +100,63 @@ TimeZoneRule sydneyRule() {
     return r;
 }
 
+uint32_t recurrenceMinutes(int year, int month, int day, int hour, int minute) {
+    const Date d = dateFromComponents(year, month, day, hour, minute, 0);
+    return static_cast<uint32_t>(d.time_since_epoch().count() / 60 + 11644473600LL / 60);
+}
+
+std::string RecurrenceBlob::bytes() const {
+    ByteWriter w;
+    w.u16(0x3004).u16(0x3004).u16(frequency).u16(patternType).u16(0).u32(0).u32(period).u32(0);
+    if (patternType == 1) w.u32(weekDays);
+    if (patternType == 2 || patternType == 4 || patternType == 0x0A || patternType == 0x0C)
+        w.u32(dayOfMonth);
+    if (patternType == 3 || patternType == 0x0B) w.u32(weekDays).u32(nth);
+    w.u32(endType).u32(occurrenceCount).u32(firstDayOfWeek);
+    w.u32(static_cast<uint32_t>(deleted.size()));
+    for (uint32_t d : deleted)
+        w.u32(d);
+    w.u32(static_cast<uint32_t>(modified.size()));
+    for (uint32_t d : modified)
+        w.u32(d);
+    w.u32(startDate).u32(endDate);
+    if (!appointmentPart) return w.str();
+    w.u32(0x3006).u32(writerVersion2).u32(startTimeOffset).u32(endTimeOffset);
+    w.u16(static_cast<uint16_t>(changes.size()));
+    auto flags = [](const Change& c) {
+        return static_cast<uint16_t>((c.subject.empty() ? 0 : 0x0001) |
+                                     (c.location.empty() ? 0 : 0x0010));
+    };
+    for (const auto& c : changes) {
+        w.u32(c.start).u32(c.end).u32(c.original).u16(flags(c));
+        // The 8-bit forms say "?" for what 8 bits cannot hold; the Unicode forms follow.
+        if (!c.subject.empty())
+            w.u16(static_cast<uint16_t>(c.subject.size() + 1))
+                .u16(static_cast<uint16_t>(c.subject.size()))
+                .raw(std::string(c.subject.size(), '?'));
+        if (!c.location.empty())
+            w.u16(static_cast<uint16_t>(c.location.size() + 1))
+                .u16(static_cast<uint16_t>(c.location.size()))
+                .raw(std::string(c.location.size(), '?'));
+    }
+    w.u32(0);  // reserved block
+    for (const auto& c : changes) {
+        if (writerVersion2 >= 0x3009) w.u32(4).u32(0);  // change highlight
+        w.u32(0);
+        if (flags(c)) {
+            w.u32(c.start).u32(c.end).u32(c.original);
+            const std::string subject = utf16le(c.subject, false);
+            const std::string location = utf16le(c.location, false);
+            if (!c.subject.empty()) w.u16(static_cast<uint16_t>(subject.size() / 2)).raw(subject);
+            if (!c.location.empty())
+                w.u16(static_cast<uint16_t>(location.size() / 2)).raw(location);
+        }
+        w.u32(0);
+    }
+    w.u32(0);  // reserved block
+    return w.str();
+}
+
 std::string fileTimeBytes(Date date) {
     const uint64_t ticks =
         static_cast<uint64_t>(date.time_since_epoch().count() + 11644473600LL) * 10'000'000ULL;

@@ -24,6 +24,29 @@ TimeZoneRule westEuropeRule();  // +01:00, daylight last Sunday March to last Su
 TimeZoneRule usEasternRule();   // -05:00, daylight second Sunday March to first Sunday November
 TimeZoneRule sydneyRule();      // +10:00, daylight first Sunday October to first Sunday April
 
+// Minutes since 1601-01-01 of a wall-clock time, as recurrences store times.
+uint32_t recurrenceMinutes(int year, int month, int day, int hour = 0, int minute = 0);
+
+// A PidLidAppointmentRecur blob; by default a weekly Monday series from 2024-01-01 at 09:00
+// for an hour, never ending, weeks starting on Sunday.
+struct RecurrenceBlob {
+    struct Change {
+        uint32_t start = 0, end = 0, original = 0;
+        std::string subject, location;  // stored when not empty, 8-bit and Unicode
+    };
+    uint16_t frequency = 0x200B, patternType = 1;
+    uint32_t period = 1, weekDays = 0x02, dayOfMonth = 0, nth = 0;
+    uint32_t endType = 0x2023, occurrenceCount = 10, firstDayOfWeek = 0;
+    std::vector<uint32_t> deleted, modified;
+    uint32_t startDate = recurrenceMinutes(2024, 1, 1), endDate = 0x5AE980DF;
+    bool appointmentPart = true;
+    uint32_t startTimeOffset = 540, endTimeOffset = 600;
+    uint32_t writerVersion2 = 0x3009;
+    std::vector<Change> changes;
+
+    std::string bytes() const;
+};
+
 // FILETIME bytes of a date.
 std::string fileTimeBytes(Date date);
 
