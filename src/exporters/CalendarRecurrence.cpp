@@ -144,8 +144,17 @@ std::string recurrenceExceptionEvents(const AppointmentRecurrence& r, const Seri
         appendContentLine(out, timeValue("RECURRENCE-ID", original, s));
         appendContentLine(out, timeValue("DTSTART", dateFromRecurrenceMinutes(e.startDateTime), s));
         appendContentLine(out, timeValue("DTEND", dateFromRecurrenceMinutes(e.endDateTime), s));
-        const std::string summary = e.subject.value_or(s.summary);
+        const int64_t day = dayOf(e.originalStartDate);
+        const auto detail = std::find_if(s.changes.begin(), s.changes.end(),
+                                         [&](const auto& c) { return c.originalDay == day; });
+        std::string summary = s.summary;
+        if (e.subject)
+            summary = *e.subject;
+        else if (detail != s.changes.end() && detail->summary)
+            summary = *detail->summary;
         if (!summary.empty()) appendContentLine(out, "SUMMARY:" + escapeContentValue(summary));
+        if (detail != s.changes.end() && detail->description && !detail->description->empty())
+            appendContentLine(out, "DESCRIPTION:" + escapeContentValue(*detail->description));
         const std::string location = e.location.value_or(s.location);
         if (!location.empty()) appendContentLine(out, "LOCATION:" + escapeContentValue(location));
         appendContentLine(out, "END:VEVENT");

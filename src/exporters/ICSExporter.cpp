@@ -7,12 +7,14 @@
 #include "exporters/CalendarLines.h"
 #include "exporters/CalendarRecurrence.h"
 #include "exporters/PlainTextExporter.h"
+#include "exporters/TNEFMessageExporter.h"
 #include "mime/ContentCoders.h"
 #include "mime/MimeConstants.h"
 #include "model/MAPIArray.h"
 #include "model/NamedProperties.h"
 #include "model/PropertyTags.h"
 #include "tnef/TNEFArray.h"
+#include "tnef/TNEFAttachment.h"
 
 namespace qb {
 
@@ -22,6 +24,7 @@ constexpr NamedProperty kStart{PSETID_Appointment, 0x820D, PT_SYSTIME};
 constexpr NamedProperty kEnd{PSETID_Appointment, 0x820E, PT_SYSTIME};
 constexpr NamedProperty kAllDay{PSETID_Appointment, 0x8215, PT_BOOLEAN};
 constexpr NamedProperty kRecurrence{PSETID_Appointment, 0x8216, PT_BINARY};
+constexpr NamedProperty kExceptionReplaceTime{PSETID_Appointment, 0x8228, PT_SYSTIME};
 constexpr NamedProperty kSequence{PSETID_Appointment, 0x8201, PT_LONG};
 constexpr NamedProperty kLocation{PSETID_Appointment, 0x8208, PT_STRING8};
 constexpr NamedProperty kGlobalObjectId{PSETID_Meeting, 0x0003, PT_BINARY};
@@ -283,12 +286,33 @@ void ICSExporter::build(const OutlookMessage& m) {
     }
     appendContentLine(out, isTask_ ? "END:VTODO" : "END:VEVENT");
     if (recurrence) {
+        series.changes = changedOccurrences(m);
         series.summary = event_.value("title", "");
         series.location = event_.value("location", "");
         out += recurrenceExceptionEvents(*recurrence, series);
     }
     appendContentLine(out, "END:VCALENDAR");
     data_ = Bytes::adoptString(std::move(out));
+}
+
+// The hidden embedded messages of changed occurrences: their subjects and bodies, by the day
+// each occurrence was moved from.
+std::vector<ChangedOccurrence> ICSExporter::changedOccurrences(const OutlookMessage& m) const {
+    std::vector<ChangedOccurrence> out;
+    for (const auto& attachment : m.attachments()) {
+        auto nested = attachment ? attachment->nestedMessage() : nullptr;
+        if (!nested || !isCalendarException(*nested)) continue;
+        auto replaced = dateForNamedProperty(nested->mapiprops(), kExceptionReplaceTime);
+        if (!replaced) continue;
+        const Date local = timezone_ ? timezone_->localTime(*replaced) : *replaced;
+        const int64_t seconds = local.time_since_epoch().count();
+        ChangedOccurrence c;
+        c.originalDay = seconds / 86400 - (seconds % 86400 < 0 ? 1 : 0);
+        c.summary = nested->subject();
+        c.description = plainTextOfMessage(*nested);
+        out.push_back(std::move(c));
+    }
+    return out;
 }
 
 void ICSExporter::appendTimes(std::string& out, const OutlookMessage& m, std::optional<Date> start,

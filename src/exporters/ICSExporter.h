@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "exporters/CalendarRecurrence.h"
 #include "exporters/CalendarTimeZone.h"
 #include "exporters/QBExporter.h"
 #include "model/OutlookMessage.h"
@@ -51,6 +52,7 @@ class ICSExporter : public QBExporter {
     void appendTaskLines(std::string& out, const OutlookMessage& m);
     void appendTexts(std::string& out, const OutlookMessage& m);
     void appendAlarm(std::string& out, const OutlookMessage& m);
+    std::vector<ChangedOccurrence> changedOccurrences(const OutlookMessage& m) const;
 
     std::weak_ptr<const OutlookMessage> message_;
     std::weak_ptr<TNEFMessageExporter> exporter_;

@@ -140,6 +140,30 @@ TEST(CalendarRecurrence, DeletedAndChangedOccurrencesAreWrittenApart) {
     EXPECT_EQ(std::string(plain->data()->view()).find("RECURRENCE-ID"), std::string::npos);
 }
 
+TEST(CalendarRecurrence, ChangedOccurrencesTakeTheirBodiesFromTheirMessages) {
+    RecurrenceBlob blob;
+    blob.deleted = {recurrenceMinutes(2024, 1, 15)};
+    blob.modified = {recurrenceMinutes(2024, 1, 15)};
+    blob.changes = {{recurrenceMinutes(2024, 1, 15, 11), recurrenceMinutes(2024, 1, 15, 12),
+                     recurrenceMinutes(2024, 1, 15, 9), "", ""}};
+    auto series = seriesInBerlin(blob).message("IPM.Appointment");
+    CalendarItem changed;
+    // Replaces the occurrence of 2024-01-15 09:00 in Berlin, 08:00 UTC.
+    changed.time(PSETID_Appointment, 0x8228, dateFromComponents(2024, 1, 15, 8, 0, 0));
+    auto exception = changed.message("IPM.OLE.CLASS.{00061055-0000-0000-C000-000000000046}");
+    exception->subject_ = "Series, later";
+    exception->mimeBody = "Bring the slides.";
+    series->addAttachment(std::nullopt, std::nullopt, exception);
+    auto e = ICSExporter::create(series, nullptr);
+    ASSERT_TRUE(e);
+    const std::string ics(e->data()->view());
+    EXPECT_NE(ics.find("DTSTART;TZID=\"Europe/Berlin\":20240115T110000\r\n"
+                       "DTEND;TZID=\"Europe/Berlin\":20240115T120000\r\n"
+                       "SUMMARY:Series\\, later\r\nDESCRIPTION:Bring the slides.\r\n"),
+              std::string::npos)
+        << ics;
+}
+
 // Python's icalendar and dateutil expand what we write; the first occurrences must be the
 // ones the stored pattern gives, for every kind of pattern and end.
 TEST(CalendarRecurrence, ExpandedRulesGiveThePatternsOccurrences) {
