@@ -62,6 +62,8 @@ std::string escapeContentValue(std::string_view value) {
     std::string s(value);
     replaceAll(s, "\\", "\\\\");
     replaceAll(s, "\r\n", "\n");
+    // A lone CR would end the content line for some readers.
+    replaceAll(s, "\r", "\n");
     replaceAll(s, "\n", "\\n");
     replaceAll(s, ";", "\\;");
     replaceAll(s, ",", "\\,");

@@ -13,7 +13,8 @@ namespace qb {
 // a UTF-8 sequence is never cut), then CR LF.
 void appendContentLine(std::string& out, std::string_view line);
 
-// Text values: "\" -> "\\", CR LF -> LF, LF -> "\n", ";" -> "\;", "," -> "\,".
+// Text values: "\" -> "\\", CR LF -> LF, a lone CR -> LF, LF -> "\n", ";" -> "\;",
+// "," -> "\,".
 std::string escapeContentValue(std::string_view value);
 // Parameter values: CR -> "\r", '"' -> '\"'.
 std::string escapeParamValue(std::string_view value);

@@ -105,6 +105,14 @@ std::optional<CalendarTimeZone> CalendarTimeZone::ofMessage(const OutlookMessage
     return CalendarTimeZone(std::move(name), std::move(description), *rule, year);
 }
 
+CalendarTimeZone::CalendarTimeZone(std::string name, std::string description, TimeZoneRule rule,
+                                   int64_t year)
+    : name_(std::move(name)), description_(std::move(description)), rule_(rule), year_(year) {
+    // The name stands in TZID lines and quoted TZID parameters, which hold neither.
+    for (char& c : name_)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F || c == '"') c = '_';
+}
+
 Date CalendarTimeZone::localTime(Date utc) const {
     return utc + std::chrono::minutes(rule_.offsetAt(utc));
 }

@@ -17,8 +17,8 @@ class CalendarTimeZone {
     // year whose rule applies. Nothing when the item stores neither in readable form.
     static std::optional<CalendarTimeZone> ofMessage(const OutlookMessage& message,
                                                      std::optional<Date> start);
-    CalendarTimeZone(std::string name, std::string description, TimeZoneRule rule, int64_t year)
-        : name_(std::move(name)), description_(std::move(description)), rule_(rule), year_(year) {}
+    // `name` loses the characters a TZID cannot hold (controls, '"').
+    CalendarTimeZone(std::string name, std::string description, TimeZoneRule rule, int64_t year);
 
     // The TZID: the IANA zone of the Windows name when there is one.
     const std::string& name() const { return name_; }

@@ -225,7 +225,9 @@ TEST(ICSExporter, LongTextIsFoldedWithoutCuttingCharacters) {
 }
 
 TEST(ICSExporter, ValuesAreEscapedInTheirOrder) {
-    EXPECT_EQ(escapeContentValue("a\\b\r\nc\nd;e,f"), "a\\\\b\\nc\\nd\\;e\\,f");
+    EXPECT_EQ(escapeContentValue("a\\b\r\nc\nd;e,f\rg"), "a\\\\b\\nc\\nd\\;e\\,f\\ng");
+    CalendarTimeZone odd("Odd \"zone\"\r\n", "", test::westEuropeRule(), 2024);
+    EXPECT_EQ(odd.name(), "Odd _zone___");
     EXPECT_EQ(escapeParamValue("say \"hi\"\r"), "say \\\"hi\\\"\\r");
     std::string out;
     appendContentLine(out, std::string(75, 'a'));
