@@ -389,14 +389,14 @@ void ICSExporter::appendAlarm(std::string& out, const OutlookMessage& m) {
     auto delta = uint32ForNamedProperty(props, kReminderDelta);
     // An item whose reminder is switched off still carries the usual delta.
     if (!delta || boolForNamedProperty(props, kReminderSet) == false) return;
-    const int32_t minutes = static_cast<int32_t>(*delta);
+    const int64_t minutes = static_cast<int32_t>(*delta);
     appendContentLine(out, "BEGIN:VALARM");
     appendContentLine(out, fmt::format("TRIGGER:{}PT{}M", minutes > 0 ? "-" : "",
-                                       static_cast<uint32_t>(std::abs(minutes))));
+                                       minutes < 0 ? -minutes : minutes));
     appendContentLine(out, "ACTION:DISPLAY");
     appendContentLine(out, "DESCRIPTION:Reminder");
     appendContentLine(out, "END:VALARM");
-    event_["alarm.relativeOffset"] = -60 * static_cast<int64_t>(minutes);
+    event_["alarm.relativeOffset"] = -60 * minutes;
     if (auto when = dateForNamedProperty(props, kReminderTime))
         event_["alarm.absoluteDate"] = formatRFC3339(*when);
 }

@@ -1,5 +1,6 @@
 #include "model/TimeZoneDefinition.h"
 
+#include <algorithm>
 #include <chrono>
 
 #include "platform/ByteReader.h"
@@ -101,6 +102,11 @@ bool TimeZoneRule::isDaylightAt(Date utc) const {
     // Each change happens at a wall-clock time of the period it ends.
     return inDaylight(utc, *toDaylight - std::chrono::minutes(standardOffset()),
                       *toStandard - std::chrono::minutes(daylightOffset()));
+}
+
+int32_t TimeZoneRule::offsetOf(int32_t extraBias) const {
+    constexpr int64_t kDay = 24 * 60;
+    return static_cast<int32_t>(std::clamp<int64_t>(-(int64_t{bias} + extraBias), -kDay, kDay));
 }
 
 int32_t TimeZoneRule::offsetAt(Date utc) const {

@@ -29,9 +29,9 @@ struct TimeZoneRule {
     SystemTime standardDate, daylightDate;
 
     bool observesDaylight() const { return standardDate.month != 0 && daylightDate.month != 0; }
-    // Minutes east of UTC.
-    int32_t standardOffset() const { return -(bias + standardBias); }
-    int32_t daylightOffset() const { return -(bias + daylightBias); }
+    // Minutes east of UTC, within a day either way whatever the stored biases say.
+    int32_t standardOffset() const { return offsetOf(standardBias); }
+    int32_t daylightOffset() const { return offsetOf(daylightBias); }
 
     // The wall-clock moment (local time as it was before the change) at which `date` takes
     // effect in `year`; nothing for a date that names no valid month.
@@ -43,6 +43,9 @@ struct TimeZoneRule {
     // Minutes east of UTC at an instant and at a wall-clock time.
     int32_t offsetAt(Date utc) const;
     int32_t offsetAtLocal(Date local) const;
+
+  private:
+    int32_t offsetOf(int32_t extraBias) const;
 };
 
 struct TimeZoneDefinition {

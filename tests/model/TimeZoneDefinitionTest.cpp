@@ -111,6 +111,13 @@ TEST(TimeZoneDefinition, DamagedDefinitionsGiveWhatTheirBytesHold) {
     key[7] = '\x7F';
     EXPECT_FALSE(BinToTZDEFINITION(Bytes::fromString(key)));
     EXPECT_FALSE(BinToTZDEFINITION(Bytes()));
+    // Biases that overflow when added: offsets stay within a day.
+    TimeZoneRule wild = test::westEuropeRule();
+    wild.bias = wild.standardBias = wild.daylightBias = INT32_MIN;
+    const auto read = BinToTZREG(Bytes::fromString(test::tzRegBytes(wild)));
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->standardOffset(), 1440);
+    EXPECT_EQ(read->offsetAt(at(2024, 7, 1)), 1440);
 }
 
 }  // namespace
