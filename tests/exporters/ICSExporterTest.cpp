@@ -109,6 +109,26 @@ TEST(ICSExporter, ZonedMeetingsWriteLocalTimesAndTheirZone) {
     EXPECT_EQ(e->metadata()["filename"], "iCal-20240701-093000.ics");
 }
 
+TEST(ICSExporter, SouthernZonesStartTheirYearInDaylightTime) {
+    CalendarItem item;
+    // 2024-01-15 10:00 in Sydney (daylight time, +11:00).
+    item.times(at(2024, 1, 14, 23), at(2024, 1, 15, 0))
+        .binary(PSETID_Appointment, 0x825E,
+                test::tzDefinitionBytes("AUS Eastern Standard Time", {test::sydneyRule()}));
+    auto e = ICSExporter::create(item.message("IPM.Appointment"), nullptr);
+    ASSERT_TRUE(e);
+    const std::string ics(e->data()->view());
+    EXPECT_EQ(e->timezoneName(), "Australia/Sydney");
+    EXPECT_TRUE(has(ics, "DTSTART;TZID=\"Australia/Sydney\":20240115T100000"));
+    EXPECT_NE(ics.find("BEGIN:DAYLIGHT\r\nTZOFFSETTO:+1100\r\nTZOFFSETFROM:+1000\r\n"
+                       "TZNAME:Australia/Sydney(DST)\r\nDTSTART:20231001T020000\r\n"
+                       "RRULE:FREQ=YEARLY;BYMONTH=10;BYDAY=1SU\r\n"),
+              std::string::npos)
+        << ics;
+    EXPECT_NE(ics.find("DTSTART:20230402T030000\r\nRRULE:FREQ=YEARLY;BYMONTH=4;BYDAY=1SU\r\n"),
+              std::string::npos);
+}
+
 TEST(ICSExporter, RepliesAndCancellationsSayWhatTheyAre) {
     auto reply = meetingInBerlin().message("IPM.Schedule.Meeting.Resp.Tent");
     reply->sender_ = test::address("Bob", "bob@example.com");
