@@ -23,6 +23,8 @@ int runExtract(const std::vector<std::string>& files, const std::optional<std::s
                bool originalBodies = false);
 // The message as one RFC 2822 message.
 int runEml(const std::string& file, const std::optional<std::string>& output);
+// The calendar file of a meeting, appointment or task; exit 1 for any other item.
+int runIcs(const std::string& file, const std::optional<std::string>& output);
 
 // The dump of one message: its attributes, property lists, recipient rows and attachment
 // groups, nested levels indented.

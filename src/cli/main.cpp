@@ -80,6 +80,12 @@ int main(int argc, char** argv) {
     eml->add_option("FILE", emlFile, "input file (- for standard input)")->required();
     eml->add_option("-o,--output", output, "output file (default: standard output)");
 
+    auto* ics = app.add_subcommand(
+        "ics", "Write the calendar file (.ics) of a meeting, appointment or task");
+    std::string icsFile;
+    ics->add_option("FILE", icsFile, "input file (- for standard input)")->required();
+    ics->add_option("-o,--output", output, "output file (default: standard output)");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -106,6 +112,7 @@ int main(int argc, char** argv) {
         if (*info) return qb::cli::runInfo(files, json);
         if (*extract) return qb::cli::runExtract(files, output, originalBodies);
         if (*eml) return qb::cli::runEml(emlFile, output);
+        if (*ics) return qb::cli::runIcs(icsFile, output);
         return qb::cli::kExitUsage;
     };
     try {

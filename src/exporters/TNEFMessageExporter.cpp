@@ -1,11 +1,14 @@
 // Building the exporter tree step by step, and assembling the MIME message from it.
 #include "exporters/TNEFMessageExporter.h"
 
+#include <algorithm>
+#include <cctype>
 #include <set>
 
 #include "exporters/AttachmentExporter.h"
 #include "exporters/ContentIDs.h"
 #include "exporters/HTMLExporter.h"
+#include "exporters/ICSExporter.h"
 #include "exporters/PlainTextExporter.h"
 #include "exporters/RTFExporter.h"
 #include "mime/ContentCoders.h"
@@ -85,6 +88,7 @@ void TNEFMessageExporter::build(const std::shared_ptr<TNEFMessageExporter>& pare
     if (headerHTMLString_ && !headerHTMLString_->empty())
         parts.push_back(EDHTMLTextContentCoder(*headerHTMLString_).messagePart());
     exportBodies(parts);
+    exportCalendar(parts);
     exportAttachments(parts);
 
     auto mime = EDCompositeContentCoder(std::move(parts)).message();
@@ -123,6 +127,29 @@ void TNEFMessageExporter::exportBodies(std::vector<EDMessagePartPtr>& parts) {
     textExporters_ = std::move(texts);
 }
 
+// A calendar item is also its calendar file.
+void TNEFMessageExporter::exportCalendar(std::vector<EDMessagePartPtr>& parts) {
+    if (!ICSExporter::canHandleMessageClass(messageClass_)) return;
+    auto calendar = ICSExporter::create(message_, shared_from_this());
+    if (!calendar) return;
+    if (assemblesParts()) parts.push_back(calendar->messagePart());
+    attachmentExporters_.push_back(calendar);
+}
+
+// The changed occurrences of a recurring item travel as hidden embedded messages of this
+// class; they belong to the item's calendar file, not among its files.
+bool isCalendarException(const OutlookMessage& nested) {
+    static constexpr std::string_view kExceptionClass =
+        "IPM.OLE.CLASS.{00061055-0000-0000-C000-000000000046}";
+    const auto cls = nested.messageClass();
+    return cls && cls->size() >= kExceptionClass.size() &&
+           std::equal(kExceptionClass.begin(), kExceptionClass.end(), cls->begin(),
+                      [](char a, char b) {
+                          return std::tolower(static_cast<unsigned char>(a)) ==
+                                 std::tolower(static_cast<unsigned char>(b));
+                      });
+}
+
 // One exporter per attachment; a nested message gets a message exporter of its own.
 void TNEFMessageExporter::exportAttachments(std::vector<EDMessagePartPtr>& parts) {
     const auto self = shared_from_this();
@@ -130,6 +157,13 @@ void TNEFMessageExporter::exportAttachments(std::vector<EDMessagePartPtr>& parts
     for (const auto& attachment : message_->attachments()) {
         if (!attachment) continue;
         if (auto nested = attachment->nestedMessage()) {
+            if (isCalendarException(*nested)) continue;
+            if (ICSExporter::canHandleMessageClass(nested->messageClass())) {
+                auto calendar = ICSExporter::create(nested, self);
+                if (assemblesParts()) parts.push_back(calendar->messagePart());
+                attachmentExporters_.push_back(calendar);
+                continue;
+            }
             auto child = create(nested, self, ExportMode::Nested);
             if (!child) continue;
             if (assemblesParts()) parts.push_back(child->messagePart());

@@ -60,6 +60,7 @@ class TNEFMessageExporter : public QBExporter,
     // The steps of building, in order.
     void build(const std::shared_ptr<TNEFMessageExporter>& parent);
     void exportBodies(std::vector<EDMessagePartPtr>& parts);
+    void exportCalendar(std::vector<EDMessagePartPtr>& parts);
     void exportAttachments(std::vector<EDMessagePartPtr>& parts);
     void addHeaderFields(EDMessagePart& mime, Dictionary& metadata);
     void describeByAttachedMessages(Dictionary& metadata) const;
@@ -80,6 +81,9 @@ class TNEFMessageExporter : public QBExporter,
     mutable std::once_flag partOnce_;
     mutable EDMessagePartPtr part_;
 };
+
+// Whether an embedded message is a changed occurrence of a recurring calendar item.
+bool isCalendarException(const OutlookMessage& nested);
 
 // The subject as a file name: without / \ ? % * | " < > : and with the extension "eml".
 std::string emlFilenameForSubject(const std::string& subject);

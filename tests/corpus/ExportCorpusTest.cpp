@@ -16,6 +16,7 @@
 
 #include "OXMSG/OXMessage.h"
 #include "exporters/AttachmentExporter.h"
+#include "exporters/ICSExporter.h"
 #include "exporters/OLEObjectFile.h"
 #include "exporters/TNEFMessageExporter.h"
 #include "mime/MimeTypes.h"
@@ -121,10 +122,21 @@ void checkReport(const Dictionary& r, const OutlookMessage& m, const std::string
         else
             EXPECT_EQ(r[key], expectedMailboxes(*list)) << key;
     }
-    // One part per attachment with content or an embedded message, in order.
+    // A calendar item's own calendar file first, then one part per attachment with content or
+    // an embedded message, in order; attached calendar items are calendar files too, and the
+    // changed occurrences of a series no part at all.
     size_t i = 0;
+    auto calendarPart = [&] {
+        ASSERT_LT(i, r["attachments"].size());
+        EXPECT_EQ(r["attachments"][i++]["contentType"], "text/calendar");
+    };
+    if (ICSExporter::canHandleMessageClass(m.messageClass())) calendarPart();
     for (const auto& a : m.attachments()) {
-        if (auto nested = a->nestedMessage()) {
+        auto embedded = a->nestedMessage();
+        if (embedded && isCalendarException(*embedded)) continue;
+        if (embedded && ICSExporter::canHandleMessageClass(embedded->messageClass())) {
+            calendarPart();
+        } else if (auto nested = embedded) {
             ASSERT_LT(i, r["attachments"].size());
             const Dictionary& part = r["attachments"][i++];
             EXPECT_EQ(part["contentType"], "message/rfc822");

@@ -164,9 +164,10 @@ TEST(MessageExporter, EmbeddedMessagesFillMissingMetadataAndNestAsParts) {
     EXPECT_EQ(nested["texts"]["text/plain"], "Hello");
 }
 
-TEST(MessageExporter, ItemsThatAreNotMessagesGiveTheirAttachments) {
+TEST(MessageExporter, AttachedAppointmentsAreCalendarFiles) {
     auto appointment = FakeMessage::make();
     appointment->messageClass_ = "IPM.Appointment";
+    appointment->subject_ = "Planning";
     appointment->addAttachment("agenda.txt", "agenda");
     appointment->addAttachment("map.txt", "map");
 
@@ -178,7 +179,7 @@ TEST(MessageExporter, ItemsThatAreNotMessagesGiveTheirAttachments) {
     std::vector<std::string> names;
     for (const auto& x : e->attachmentExporters())
         names.push_back(*x->filename());
-    EXPECT_EQ(names, (std::vector<std::string>{"before.txt", "agenda.txt", "map.txt"}));
+    EXPECT_EQ(names, (std::vector<std::string>{"before.txt", "Planning.ics"}));
     ASSERT_EQ(e->textExporters().size(), 1u);
     EXPECT_EQ(e->textExporters()[0]->filename(), "Message.txt");
 

@@ -1,9 +1,12 @@
 #include "support/FuzzTargets.h"
 
+#include <algorithm>
 #include <string>
 
 #include "OXMSG/OXMessage.h"
 #include "OXMSG/cfb/CompoundFileCopy.h"
+#include "exporters/CalendarRecurrence.h"
+#include "exporters/CalendarTimeZone.h"
 #include "exporters/HTMLNesting.h"
 #include "exporters/TNEFMessageExporter.h"
 #include "formats/Ole10Native.h"
@@ -16,8 +19,11 @@
 #include "mailkit/MKMimeHeadersParser.h"
 #include "mailkit/MimeEncoding.h"
 #include "model/Address.h"
+#include "model/AppointmentRecurrence.h"
 #include "model/CompressedRTF.h"
 #include "model/OneOffEntryID.h"
+#include "model/TimeZoneDefinition.h"
+#include "platform/ByteReader.h"
 #include "richtext/HTMLFontSizes.h"
 #include "richtext/HTMLStyledTextReader.h"
 #include "richtext/RTFDocument.h"
@@ -158,6 +164,64 @@ bool fuzzRecords(const Bytes& input) {
 
 namespace {
 
+// Calendar text is folded: every line at most 75 octets, every line ended by CR LF.
+bool isFoldedCalendarText(std::string_view text) {
+    while (!text.empty()) {
+        const size_t end = text.find("\r\n");
+        if (end == std::string_view::npos || end > 75) return false;
+        text.remove_prefix(end + 2);
+    }
+    return true;
+}
+
+}  // namespace
+
+bool fuzzCalendar(const Bytes& input) {
+    // The whole input as each structure.
+    (void)BinToTZREG(input);
+    if (auto def = BinToTZDEFINITION(input))
+        for (int64_t year : {0, 1601, 2024, 30827})
+            if (const TimeZoneRule* rule = def->ruleForYear(year))
+                (void)rule->offsetAtLocal(dateFromComponents(year, 6, 1, 0, 0, 0));
+    if (auto r = readAppointmentRecurrence(input, kWindowsCP1252Encoding))
+        (void)r->firstOccurrences(5);
+
+    // Then a zone (its length in the first two bytes) in front of a recurrence, written out.
+    ByteReader in(input);
+    const uint16_t zoneLength = in.u16le().value_or(0);
+    const Bytes zoneBytes = in.take(std::min<size_t>(zoneLength, in.remaining())).value_or(Bytes());
+    const Bytes recurrenceBytes = in.rest();
+    std::optional<TimeZoneRule> rule;
+    std::string name = "Zone";
+    if (auto def = BinToTZDEFINITION(zoneBytes)) {
+        rule = *def->ruleForYear(2024);
+        name = def->keyName;
+    } else {
+        rule = BinToTZREG(zoneBytes);
+    }
+    std::string text;
+    std::optional<CalendarTimeZone> zone;
+    if (rule) {
+        zone.emplace(name, name, *rule, 2024);
+        text += zone->vtimezone();
+        (void)zone->utcTime(zone->localTime(dateFromComponents(2024, 3, 31, 1, 30, 0)));
+    }
+    if (auto r = readAppointmentRecurrence(recurrenceBytes, kUTF8Encoding)) {
+        for (bool allDay : {false, true}) {
+            SeriesContext series;
+            series.zone = zone ? &*zone : nullptr;
+            series.allDay = allDay;
+            series.uid = "00";
+            text += recurrenceRuleLines(*r, series);
+            text += recurrenceExceptionEvents(*r, series);
+        }
+        (void)r->firstOccurrences(5);
+    }
+    return isFoldedCalendarText(text);
+}
+
+namespace {
+
 struct Target {
     std::string_view name;
     bool (*body)(const Bytes&);
@@ -166,7 +230,7 @@ struct Target {
 constexpr Target kTargets[] = {
     {"fuzz_tnef", fuzzTNEF},         {"fuzz_msg", fuzzMsg},         {"fuzz_rtf", fuzzRTF},
     {"fuzz_richtext", fuzzRichText}, {"fuzz_mailkit", fuzzMailkit}, {"fuzz_formats", fuzzFormats},
-    {"fuzz_export", fuzzExport},     {"fuzz_records", fuzzRecords},
+    {"fuzz_export", fuzzExport},     {"fuzz_records", fuzzRecords}, {"fuzz_calendar", fuzzCalendar},
 };
 
 }  // namespace
