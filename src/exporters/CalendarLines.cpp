@@ -1,3 +1,4 @@
+// Line writing for calendar files: folding never splits a UTF-8 sequence.
 #include "exporters/CalendarLines.h"
 
 #include <fmt/format.h>

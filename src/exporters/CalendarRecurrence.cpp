@@ -1,3 +1,4 @@
+// Recurrence rules from the decoded pattern, and the events of changed occurrences.
 #include "exporters/CalendarRecurrence.h"
 
 #include <fmt/format.h>

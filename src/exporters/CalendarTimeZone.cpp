@@ -1,3 +1,4 @@
+// Zone rules to UTC offsets and VTIMEZONE text; Windows zone names mapped to IANA through ICU.
 #include "exporters/CalendarTimeZone.h"
 
 #include <fmt/format.h>

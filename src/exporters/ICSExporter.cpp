@@ -1,3 +1,4 @@
+// The calendar file's lines in their order, from the item's named properties.
 #include "exporters/ICSExporter.h"
 
 #include <fmt/format.h>

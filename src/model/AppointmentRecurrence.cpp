@@ -1,3 +1,4 @@
+// Decoding the stored pattern with every count checked against the bytes left.
 #include "model/AppointmentRecurrence.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Decoding both stored zone forms, bounded by the bytes they hold.
 #include "model/TimeZoneDefinition.h"
 
 #include <algorithm>
