@@ -40,12 +40,15 @@ MAPIData valueForNamedProperty(const MAPIPropList* props, const NamedProperty& p
 
 std::optional<std::string> stringForNamedProperty(const MAPIPropList* props,
                                                   const NamedProperty& p) {
-    if (auto s = valueAs<std::string>(valueForNamedProperty(props, p))) return *s;
+    // The value is kept in a local: valueAs points into it.
+    const MAPIData v = valueForNamedProperty(props, p);
+    if (auto s = valueAs<std::string>(v)) return *s;
     return std::nullopt;
 }
 
 std::optional<Bytes> bytesForNamedProperty(const MAPIPropList* props, const NamedProperty& p) {
-    if (auto b = valueAs<Bytes>(valueForNamedProperty(props, p))) return *b;
+    const MAPIData v = valueForNamedProperty(props, p);
+    if (auto b = valueAs<Bytes>(v)) return *b;
     return std::nullopt;
 }
 
@@ -57,12 +60,14 @@ std::optional<uint32_t> uint32ForNamedProperty(const MAPIPropList* props, const 
 }
 
 std::optional<bool> boolForNamedProperty(const MAPIPropList* props, const NamedProperty& p) {
-    if (auto b = valueAs<bool>(valueForNamedProperty(props, p))) return *b;
+    const MAPIData v = valueForNamedProperty(props, p);
+    if (auto b = valueAs<bool>(v)) return *b;
     return std::nullopt;
 }
 
 std::optional<Date> dateForNamedProperty(const MAPIPropList* props, const NamedProperty& p) {
-    if (auto d = valueAs<Date>(valueForNamedProperty(props, p))) return *d;
+    const MAPIData v = valueForNamedProperty(props, p);
+    if (auto d = valueAs<Date>(v)) return *d;
     return std::nullopt;
 }
 
