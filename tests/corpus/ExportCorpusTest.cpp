@@ -18,6 +18,7 @@
 #include "exporters/AttachmentExporter.h"
 #include "exporters/OLEObjectFile.h"
 #include "exporters/TNEFMessageExporter.h"
+#include "exporters/VCFExporter.h"
 #include "mime/MimeTypes.h"
 #include "model/MAPIArray.h"
 #include "model/MessageDate.h"
@@ -121,8 +122,15 @@ void checkReport(const Dictionary& r, const OutlookMessage& m, const std::string
         else
             EXPECT_EQ(r[key], expectedMailboxes(*list)) << key;
     }
-    // One part per attachment with content or an embedded message, in order.
+    // A contact's own card comes first, then one part per attachment with content or an
+    // embedded message, in order.
     size_t i = 0;
+    if (VCFExporter::canHandleMessageClass(m.messageClass())) {
+        ASSERT_LT(i, r["attachments"].size());
+        const Dictionary& card = r["attachments"][i++];
+        EXPECT_EQ(card["contentType"], "text/vcard");
+        EXPECT_EQ(card["sha256"], sha256Hex(*VCFExporter::create(m.shared_from_this())->data()));
+    }
     for (const auto& a : m.attachments()) {
         if (auto nested = a->nestedMessage()) {
             ASSERT_LT(i, r["attachments"].size());
