@@ -68,7 +68,7 @@ constexpr uint32_t kBirthday = 0x3A420040;
 constexpr uint32_t kPersonalHomePage = 0x3A50001E;
 constexpr uint32_t kBusinessHomePage = 0x3A51001E;
 constexpr uint32_t kIsContactPhoto = 0x7FFF000B;
-// TNEF attributes: the message id (a string) and the body (text).
+// The TNEF attribute of the message id (a string), the card's UID.
 constexpr uint32_t kAttMessageID = 0x8009;
 
 std::optional<std::string> nonEmpty(std::optional<std::string> s) {

@@ -1,3 +1,5 @@
+// The contact exporter: the vCard of a contact or distribution list, for the message exporter
+// and quillbox vcf.
 #pragma once
 
 #include <memory>
