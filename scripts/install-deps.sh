@@ -8,7 +8,7 @@ packages=(
   libicu-dev libssl-dev libfmt-dev nlohmann-json3-dev libcli11-dev libzip-dev
   libxml2-dev uuid-dev
   libgtest-dev libgmock-dev
-  python3 python3-icalendar
+  python3 python3-icalendar python3-vobject
 )
 # Extra packages a caller needs (the fuzz script asks for clang and its runtime).
 read -r -a extra <<< "${QB_EXTRA_PACKAGES:-}"

@@ -25,6 +25,9 @@ int runExtract(const std::vector<std::string>& files, const std::optional<std::s
 int runEml(const std::string& file, const std::optional<std::string>& output);
 // The calendar file of a meeting, appointment or task; exit 1 for any other item.
 int runIcs(const std::string& file, const std::optional<std::string>& output);
+// The card of a contact or distribution list; `version` is "2.1" or "4.0".
+int runVcf(const std::string& file, const std::optional<std::string>& output,
+           const std::string& version);
 
 // The dump of one message: its attributes, property lists, recipient rows and attachment
 // groups, nested levels indented.

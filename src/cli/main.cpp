@@ -85,6 +85,12 @@ int main(int argc, char** argv) {
     std::string icsFile;
     ics->add_option("FILE", icsFile, "input file (- for standard input)")->required();
     ics->add_option("-o,--output", output, "output file (default: standard output)");
+    auto* vcf = app.add_subcommand(
+        "vcf", "Write the card of a contact or distribution list (vCard 2.1, or 4.0)");
+    std::string vcfFile, vcfVersion = "2.1";
+    vcf->add_option("FILE", vcfFile, "input file (- for standard input)")->required();
+    vcf->add_option("-o,--output", output, "output file (default: standard output)");
+    vcf->add_option("--version", vcfVersion, "2.1 (the default) or 4.0 (RFC 6350)");
 
     try {
         app.parse(argc, argv);
@@ -113,6 +119,7 @@ int main(int argc, char** argv) {
         if (*extract) return qb::cli::runExtract(files, output, originalBodies);
         if (*eml) return qb::cli::runEml(emlFile, output);
         if (*ics) return qb::cli::runIcs(icsFile, output);
+        if (*vcf) return qb::cli::runVcf(vcfFile, output, vcfVersion);
         return qb::cli::kExitUsage;
     };
     try {

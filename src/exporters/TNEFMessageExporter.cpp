@@ -11,6 +11,7 @@
 #include "exporters/ICSExporter.h"
 #include "exporters/PlainTextExporter.h"
 #include "exporters/RTFExporter.h"
+#include "exporters/VCFExporter.h"
 #include "mime/ContentCoders.h"
 #include "mime/FieldCoders.h"
 #include "mime/MimeConstants.h"
@@ -79,6 +80,7 @@ void TNEFMessageExporter::build(const std::shared_ptr<TNEFMessageExporter>& pare
     messageClass_ = message_->messageClass();
     isMessage_ =
         !startsWith(messageClass_, "IPM.Appointment") && !startsWith(messageClass_, "IPM.Task");
+    if (VCFExporter::canHandleMessageClass(messageClass_)) isMessage_ = false;
 
     Dictionary metadata = Dictionary::object();
     messageID_ = message_->tnefCorrelator();
@@ -89,6 +91,7 @@ void TNEFMessageExporter::build(const std::shared_ptr<TNEFMessageExporter>& pare
         parts.push_back(EDHTMLTextContentCoder(*headerHTMLString_).messagePart());
     exportBodies(parts);
     exportCalendar(parts);
+    exportContact(parts);
     exportAttachments(parts);
 
     auto mime = EDCompositeContentCoder(std::move(parts)).message();
@@ -164,6 +167,10 @@ void TNEFMessageExporter::exportAttachments(std::vector<EDMessagePartPtr>& parts
                 attachmentExporters_.push_back(calendar);
                 continue;
             }
+            if (auto card = attachedContactExporter(nested, parts)) {
+                attachmentExporters_.push_back(std::move(card));
+                continue;
+            }
             auto child = create(nested, self, ExportMode::Nested);
             if (!child) continue;
             if (assemblesParts()) parts.push_back(child->messagePart());
@@ -181,6 +188,23 @@ void TNEFMessageExporter::exportAttachments(std::vector<EDMessagePartPtr>& parts
             attachmentExporters_.push_back(file);
         }
     }
+}
+
+// A contact's or distribution list's own card, after the bodies.
+void TNEFMessageExporter::exportContact(std::vector<EDMessagePartPtr>& parts) {
+    if (!VCFExporter::canHandleMessageClass(messageClass_)) return;
+    auto card = VCFExporter::create(message_);
+    if (!card) return;
+    if (assemblesParts()) parts.push_back(card->messagePart());
+    attachmentExporters_.push_back(std::move(card));
+}
+
+QBExporterPtr TNEFMessageExporter::attachedContactExporter(
+    const std::shared_ptr<OutlookMessage>& nested, std::vector<EDMessagePartPtr>& parts) {
+    if (!VCFExporter::canHandleMessageClass(nested->messageClass())) return nullptr;
+    auto card = VCFExporter::create(nested);
+    if (card && assemblesParts()) parts.push_back(card->messagePart());
+    return card;
 }
 
 // The header fields of the assembled message, and the metadata that mirrors them; the

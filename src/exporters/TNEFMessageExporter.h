@@ -62,6 +62,11 @@ class TNEFMessageExporter : public QBExporter,
     void exportBodies(std::vector<EDMessagePartPtr>& parts);
     void exportCalendar(std::vector<EDMessagePartPtr>& parts);
     void exportAttachments(std::vector<EDMessagePartPtr>& parts);
+    void exportContact(std::vector<EDMessagePartPtr>& parts);
+    // A contact or distribution list attached to the message, as its card; nothing for other
+    // classes.
+    QBExporterPtr attachedContactExporter(const std::shared_ptr<OutlookMessage>& nested,
+                                          std::vector<EDMessagePartPtr>& parts);
     void addHeaderFields(EDMessagePart& mime, Dictionary& metadata);
     void describeByAttachedMessages(Dictionary& metadata) const;
     void finish(EDMessagePartPtr mime, Dictionary metadata);

@@ -25,17 +25,31 @@ std::optional<std::string> terminatedString(ByteReader& in, bool unicode, String
     return std::nullopt;
 }
 
-}  // namespace
+struct OneOffHeader {
+    uint32_t flags;
+    uint16_t version;
+    bool unicode;
+};
 
-std::optional<OneOffEntryID> readOneOffEntryID(const Bytes& entryID, StringEncoding encoding) {
-    ByteReader in(entryID);
+// The fixed part in front of the strings, the reader left at the first string; nothing when it
+// is cut short or names another provider.
+std::optional<OneOffHeader> readHeader(ByteReader& in) {
     auto flags = in.u32le();
     auto provider = in.take(kOneOffProvider.size());
     auto version = in.u16le();
     auto stringFlags = in.u16le();
     if (!flags || !provider || !version || !stringFlags || provider->view() != kOneOffProvider)
         return std::nullopt;
-    const bool unicode = (*stringFlags & kUnicodeFlag) != 0;
+    return OneOffHeader{*flags, *version, (*stringFlags & kUnicodeFlag) != 0};
+}
+
+}  // namespace
+
+std::optional<OneOffEntryID> readOneOffEntryID(const Bytes& entryID, StringEncoding encoding) {
+    ByteReader in(entryID);
+    auto header = readHeader(in);
+    if (!header) return std::nullopt;
+    const bool unicode = header->unicode;
     OneOffEntryID id;
     for (std::string* field : {&id.displayName, &id.addressType, &id.emailAddress}) {
         auto text = terminatedString(in, unicode, encoding);
@@ -53,6 +67,35 @@ std::optional<std::string> smtpAddressOfEntryID(const Bytes& entryID, StringEnco
         c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     if (type != "SMTP") return std::nullopt;
     return id->emailAddress;
+}
+
+size_t bin_decode_string(const Bytes& buffer, std::optional<std::string>& output, bool unicode,
+                         StringEncoding encoding) {
+    ByteReader in(buffer);
+    if (unicode) {
+        auto text = in.wideString();
+        if (!text) return 0;
+        output = utf16leToUTF8(text->span());
+        return text->size() + 2;
+    }
+    auto text = in.cString();
+    if (!text) return 0;
+    output = decodeMessageText(text->span().first(text->size() >> 1), encoding);
+    return text->size() + 1;
+}
+
+std::optional<OneOffMember> readOneOffMember(const Bytes& entryID, StringEncoding encoding) {
+    ByteReader in(entryID);
+    auto header = readHeader(in);
+    if (!header || header->flags != 0 || header->version != 0) return std::nullopt;
+    OneOffMember member;
+    Bytes rest = in.rest();
+    for (auto* field : {&member.displayName, &member.addressType, &member.emailAddress}) {
+        const size_t used = bin_decode_string(rest, *field, header->unicode, encoding);
+        if (used == 0) return std::nullopt;
+        rest = rest.slice(used);
+    }
+    return member;
 }
 
 }  // namespace qb

@@ -23,4 +23,22 @@ std::optional<OneOffEntryID> readOneOffEntryID(const Bytes& entryID, StringEncod
 // The SMTP address a one-off entry id names; nothing when it names another kind.
 std::optional<std::string> smtpAddressOfEntryID(const Bytes& entryID, StringEncoding encoding);
 
+// One NUL-terminated string at the start of `buffer` (whose size is what remains of the entry
+// id): UTF-16LE when `unicode`, else 8-bit text in `encoding`, of which only the first half of
+// the bytes before the terminator is read. That halving is how distribution-list members have
+// always been read, and their cards keep it. Sets `output` (nothing when the 8-bit text does
+// not decode) and returns the bytes consumed, the terminator included; 0 when there is no
+// terminator, and then `output` is left alone.
+size_t bin_decode_string(const Bytes& buffer, std::optional<std::string>& output, bool unicode,
+                         StringEncoding encoding);
+
+// A distribution list's one-off member, read more strictly than readOneOffEntryID: flags and
+// version must be 0 and the strings are read with bin_decode_string. Nothing for any other
+// entry id, one cut short, or one whose name, type or address has no terminator. A field whose
+// 8-bit text did not decode is left absent.
+struct OneOffMember {
+    std::optional<std::string> displayName, addressType, emailAddress;
+};
+std::optional<OneOffMember> readOneOffMember(const Bytes& entryID, StringEncoding encoding);
+
 }  // namespace qb

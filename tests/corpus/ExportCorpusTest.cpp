@@ -19,6 +19,7 @@
 #include "exporters/ICSExporter.h"
 #include "exporters/OLEObjectFile.h"
 #include "exporters/TNEFMessageExporter.h"
+#include "exporters/VCFExporter.h"
 #include "mime/MimeTypes.h"
 #include "model/MAPIArray.h"
 #include "model/MessageDate.h"
@@ -131,6 +132,13 @@ void checkReport(const Dictionary& r, const OutlookMessage& m, const std::string
         EXPECT_EQ(r["attachments"][i++]["contentType"], "text/calendar");
     };
     if (ICSExporter::canHandleMessageClass(m.messageClass())) calendarPart();
+    // A contact's own card comes first too.
+    if (VCFExporter::canHandleMessageClass(m.messageClass())) {
+        ASSERT_LT(i, r["attachments"].size());
+        const Dictionary& card = r["attachments"][i++];
+        EXPECT_EQ(card["contentType"], "text/vcard");
+        EXPECT_EQ(card["sha256"], sha256Hex(*VCFExporter::create(m.shared_from_this())->data()));
+    }
     for (const auto& a : m.attachments()) {
         auto embedded = a->nestedMessage();
         if (embedded && isCalendarException(*embedded)) continue;

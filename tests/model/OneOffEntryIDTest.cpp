@@ -58,5 +58,37 @@ TEST(OneOffEntryID, OtherIdsAndDamagedOnesGiveNoAddress) {
     EXPECT_EQ(id->displayName, "A\u4200");
 }
 
+TEST(OneOffEntryID, MemberStringsAreCountedWholeButReadByHalfIn8Bit) {
+    auto decode = [](std::string_view bytes, bool unicode) {
+        std::optional<std::string> out = "untouched";
+        const size_t used =
+            bin_decode_string(Bytes::fromString(bytes), out, unicode, kWindowsCP1252Encoding);
+        return std::pair{used, out};
+    };
+    using R = std::pair<size_t, std::optional<std::string>>;
+    EXPECT_EQ(decode(std::string_view("ABCD\0rest", 9), false), R(5, "AB"));
+    EXPECT_EQ(decode(std::string_view("ABC\0", 4), false), R(4, "A"));
+    EXPECT_EQ(decode(std::string_view("\0", 1), false), R(1, ""));
+    EXPECT_EQ(decode(std::string_view("\xE9\xE9\0", 3), false), R(3, "é"));
+    EXPECT_EQ(decode(std::string_view("A\0B\0\0\0x", 7), true), R(6, "AB"));
+    // No terminator, an odd UTF-16 length, nothing left: 0, and the output is not touched.
+    for (auto [bytes, unicode] :
+         {std::pair{std::string_view("ABC"), false}, std::pair{std::string_view("A\0B", 3), true},
+          std::pair{std::string_view(), false}, std::pair{std::string_view(), true}})
+        EXPECT_EQ(decode(bytes, unicode), R(0, "untouched"));
+
+    // The stricter reading of whole members: flags and version must be 0.
+    const std::string smtp = test::utf16le("A") + test::utf16le("SMTP") + test::utf16le("a@b.c");
+    auto member = readOneOffMember(Bytes::fromString(oneOff(0x8000, smtp)), kUTF8Encoding);
+    ASSERT_TRUE(member);
+    EXPECT_EQ(member->emailAddress, "a@b.c");
+    std::string flagged = oneOff(0x8000, smtp), versioned = flagged;
+    flagged[0] = 1;
+    versioned[20] = 1;
+    EXPECT_TRUE(readOneOffEntryID(Bytes::fromString(flagged), kUTF8Encoding));
+    EXPECT_FALSE(readOneOffMember(Bytes::fromString(flagged), kUTF8Encoding));
+    EXPECT_FALSE(readOneOffMember(Bytes::fromString(versioned), kUTF8Encoding));
+}
+
 }  // namespace
 }  // namespace qb

@@ -9,6 +9,7 @@
 #include "exporters/CalendarTimeZone.h"
 #include "exporters/HTMLNesting.h"
 #include "exporters/TNEFMessageExporter.h"
+#include "exporters/VCFExporter.h"
 #include "formats/Ole10Native.h"
 #include "formats/QBFileFormat.h"
 #include "mailkit/Base64.h"
@@ -31,7 +32,9 @@
 #include "richtext/RTFReader.h"
 #include "richtext/StyledTextHTMLWriter.h"
 #include "richtext/StyledTextRTFWriter.h"
+#include "support/ContactItems.h"
 #include "support/MessageWalker.h"
+#include "support/TNEFWriter.h"
 #include "tnef/TNEFMessage.h"
 
 namespace qb::fuzz {
@@ -174,6 +177,25 @@ bool isFoldedCalendarText(std::string_view text) {
     return true;
 }
 
+// A card's text is whole cards, one after the other; a 4.0 card's lines are CR LF ended, at
+// most 75 octets long and valid UTF-8 (a fold never splits a character).
+bool cardsAreWellFormed(std::string_view text, VCardVersion version) {
+    if (!isValidUTF8(text)) return false;
+    if (text.empty()) return true;
+    const std::string_view end = version == VCardVersion::V21 ? "END:VCARD\n" : "END:VCARD\r\n";
+    if (!text.starts_with("BEGIN:VCARD") || !text.ends_with(end)) return false;
+    if (version == VCardVersion::V21) return true;
+    for (size_t start = 0; start < text.size();) {
+        const size_t crlf = text.find("\r\n", start);
+        if (crlf == std::string_view::npos || crlf - start > 75) return false;
+        const std::string_view line = text.substr(start, crlf - start);
+        if (line.find('\r') != std::string_view::npos || line.find('\n') != std::string_view::npos)
+            return false;
+        start = crlf + 2;
+    }
+    return true;
+}
+
 }  // namespace
 
 bool fuzzCalendar(const Bytes& input) {
@@ -220,6 +242,68 @@ bool fuzzCalendar(const Bytes& input) {
     return isFoldedCalendarText(text);
 }
 
+// The input is cut into pieces, each a length byte and its bytes. The first byte chooses the
+// code page and the string form; the pieces become a list's member entry ids, then a
+// contact's strings and photo, both items read back through the TNEF reader.
+bool fuzzVCF(const Bytes& input) {
+    for (StringEncoding e : {kWindowsCP1252Encoding, kUTF8Encoding, kShiftJISEncoding}) {
+        (void)readOneOffMember(input, e);
+        for (bool unicode : {false, true}) {
+            std::optional<std::string> text;
+            const size_t used = bin_decode_string(input, text, unicode, e);
+            if (used > input.size()) return false;
+        }
+    }
+    if (input.empty()) return true;
+    const uint8_t choice = input[0];
+    std::vector<std::string> pieces;
+    for (size_t at = 1; at < input.size();) {
+        const size_t n = input[at];
+        pieces.push_back(input.slice(at + 1, n).str());
+        at += 1 + n;
+    }
+    const uint32_t codePage = (choice & 3) == 0 ? 1252 : (choice & 3) == 1 ? 1251 : 932;
+    const bool unicode = choice & 4;
+
+    test::PropsWriter list;
+    list.u32(0x3FFD, codePage).rawRecord(test::oneOffMembersRecord(pieces));
+
+    static constexpr uint16_t kStringIds[] = {
+        0x3A11, 0x3A06, 0x3A44, 0x3A45, 0x3A05, 0x3001, 0x3A16, 0x3A17, 0x3A09, 0x3A2F, 0x3A25,
+        0x3A08, 0x3A1B, 0x3A24, 0x3A1C, 0x3A1E, 0x3A02, 0x3A1F, 0x3A21, 0x8083, 0x8093, 0x80A3,
+        0x8080, 0x3A2B, 0x3A29, 0x3A27, 0x3A28, 0x3A2A, 0x3A26, 0x1000, 0x3A50, 0x3A51};
+    test::PropsWriter contact;
+    contact.u32(0x3FFD, codePage);
+    for (size_t i = 0; i < pieces.size() && i < std::size(kStringIds); ++i) {
+        // The e-mail addresses and their names are named properties.
+        if (kStringIds[i] >= 0x8000)
+            test::addressString(contact, uint16_t(0x8000 + i), kStringIds[i], pieces[i]);
+        else if (unicode)
+            contact.prop(0x001F, kStringIds[i], test::PropsWriter::counted(pieces[i]));
+        else
+            contact.string8(kStringIds[i], pieces[i]);
+    }
+    contact.systime(0x3A42, uint64_t(choice) << 52 | 0x0123456789ULL);
+    test::PropsWriter photo;
+    photo.boolean(0x7FFF, true);
+    const std::string photoData = "\xFF\xD8\xFF" + (pieces.empty() ? "" : pieces.back());
+
+    for (const char* cls : {"IPM.DistList", "IPM.Contact"}) {
+        test::TNEFWriter w;
+        w.version().oemCodepage(codePage).messageClass(cls);
+        w.mapiProps(std::string_view(cls) == "IPM.DistList" ? list : contact);
+        w.attachment("ContactPicture.jpg", photoData, &photo);
+        auto message = test::readTNEF(w.str());
+        if (!message) continue;
+        for (VCardVersion v : {VCardVersion::V21, VCardVersion::V40}) {
+            auto card = VCFExporter::create(message, v);
+            if (!card || !card->data() || !cardsAreWellFormed(card->data()->view(), v))
+                return false;
+        }
+    }
+    return true;
+}
+
 namespace {
 
 struct Target {
@@ -231,6 +315,7 @@ constexpr Target kTargets[] = {
     {"fuzz_tnef", fuzzTNEF},         {"fuzz_msg", fuzzMsg},         {"fuzz_rtf", fuzzRTF},
     {"fuzz_richtext", fuzzRichText}, {"fuzz_mailkit", fuzzMailkit}, {"fuzz_formats", fuzzFormats},
     {"fuzz_export", fuzzExport},     {"fuzz_records", fuzzRecords}, {"fuzz_calendar", fuzzCalendar},
+    {"fuzz_vcf", fuzzVCF},
 };
 
 }  // namespace

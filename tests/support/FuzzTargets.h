@@ -21,6 +21,7 @@ bool fuzzFormats(const Bytes& input);   // file-format detection
 bool fuzzExport(const Bytes& input);    // the exporters on whatever the readers make
 bool fuzzRecords(const Bytes& input);   // one-off entry ids, packaged files
 bool fuzzCalendar(const Bytes& input);  // stored time zones and recurrences, as iCalendar lines
+bool fuzzVCF(const Bytes& input);       // distribution-list members and contact cards
 
 // Every target's name ("fuzz_tnef", ...), as the fuzz binaries and the findings' folders are
 // called.
