@@ -59,18 +59,6 @@ void appendContentLine(std::string& out, std::string_view line) {
     out.append("\r\n");
 }
 
-std::string escapeContentValue(std::string_view value) {
-    std::string s(value);
-    replaceAll(s, "\\", "\\\\");
-    replaceAll(s, "\r\n", "\n");
-    // A lone CR would end the content line for some readers.
-    replaceAll(s, "\r", "\n");
-    replaceAll(s, "\n", "\\n");
-    replaceAll(s, ";", "\\;");
-    replaceAll(s, ",", "\\,");
-    return s;
-}
-
 std::string escapeParamValue(std::string_view value) {
     std::string s(value);
     replaceAll(s, "\r", "\\r");

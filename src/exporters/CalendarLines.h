@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "exporters/Ivex.h"
 #include "platform/Date.h"
 
 namespace qb {
@@ -13,9 +14,6 @@ namespace qb {
 // a UTF-8 sequence is never cut), then CR LF.
 void appendContentLine(std::string& out, std::string_view line);
 
-// Text values: "\" -> "\\", CR LF -> LF, a lone CR -> LF, LF -> "\n", ";" -> "\;",
-// "," -> "\,".
-std::string escapeContentValue(std::string_view value);
 // Parameter values: CR -> "\r", '"' -> '\"'.
 std::string escapeParamValue(std::string_view value);
 bool isEmailAddress(std::string_view text);

@@ -153,11 +153,14 @@ std::string recurrenceExceptionEvents(const AppointmentRecurrence& r, const Seri
             summary = *e.subject;
         else if (detail != s.changes.end() && detail->summary)
             summary = *detail->summary;
-        if (!summary.empty()) appendContentLine(out, "SUMMARY:" + escapeContentValue(summary));
+        if (!summary.empty())
+            appendContentLine(out, "SUMMARY:" + escapeContentValue(summary, LoneCR::LineBreak));
         if (detail != s.changes.end() && detail->description && !detail->description->empty())
-            appendContentLine(out, "DESCRIPTION:" + escapeContentValue(*detail->description));
+            appendContentLine(
+                out, "DESCRIPTION:" + escapeContentValue(*detail->description, LoneCR::LineBreak));
         const std::string location = e.location.value_or(s.location);
-        if (!location.empty()) appendContentLine(out, "LOCATION:" + escapeContentValue(location));
+        if (!location.empty())
+            appendContentLine(out, "LOCATION:" + escapeContentValue(location, LoneCR::LineBreak));
         appendContentLine(out, "END:VEVENT");
     }
     return out;

@@ -42,7 +42,7 @@ void appendObservance(std::string& out, const char* kind, const std::string& nam
     appendContentLine(out, fmt::format("BEGIN:{}", kind));
     appendContentLine(out, "TZOFFSETTO:" + formatOffset(to));
     appendContentLine(out, "TZOFFSETFROM:" + formatOffset(from));
-    appendContentLine(out, fmt::format("TZNAME:{}({})", escapeContentValue(name),
+    appendContentLine(out, fmt::format("TZNAME:{}({})", escapeContentValue(name, LoneCR::LineBreak),
                                        std::string_view(kind) == "DAYLIGHT" ? "DST" : "STD"));
     appendContentLine(out, "DTSTART:" + start);
     if (rrule) appendContentLine(out, *rrule);
@@ -144,7 +144,8 @@ std::string CalendarTimeZone::vtimezone() const {
                          std::nullopt);
     }
     if (!description_.empty())
-        appendContentLine(out, "X-TIMEZONE-DESCRIPTION:" + escapeContentValue(description_));
+        appendContentLine(
+            out, "X-TIMEZONE-DESCRIPTION:" + escapeContentValue(description_, LoneCR::LineBreak));
     appendContentLine(out, "END:VTIMEZONE");
     return out;
 }

@@ -372,15 +372,15 @@ void ICSExporter::appendTexts(std::string& out, const OutlookMessage& m) {
     if (!title || title->empty()) title = stringForProperty(props, kNormalizedSubject);
     if (!title || title->empty()) title = m.subject();
     if (title) {
-        appendContentLine(out, "SUMMARY:" + escapeContentValue(*title));
+        appendContentLine(out, "SUMMARY:" + escapeContentValue(*title, LoneCR::LineBreak));
         event_["title"] = *title;
     }
     if (auto notes = plainTextOfMessage(m)) {
-        appendContentLine(out, "DESCRIPTION:" + escapeContentValue(*notes));
+        appendContentLine(out, "DESCRIPTION:" + escapeContentValue(*notes, LoneCR::LineBreak));
         event_["notes"] = *notes;
     }
     if (auto location = stringForNamedProperty(props, kLocation); location && !location->empty()) {
-        appendContentLine(out, "LOCATION:" + escapeContentValue(*location));
+        appendContentLine(out, "LOCATION:" + escapeContentValue(*location, LoneCR::LineBreak));
         event_["location"] = *location;
     }
 }

@@ -2,7 +2,7 @@
 
 namespace qb {
 
-std::string escapeContentValue(std::string_view value) {
+std::string escapeContentValue(std::string_view value, LoneCR loneCR) {
     std::string out;
     out.reserve(value.size() + value.size() / 8);
     for (size_t i = 0; i < value.size(); ++i) {
@@ -14,7 +14,7 @@ std::string escapeContentValue(std::string_view value) {
             case '\r':
                 // CR LF becomes one line break; the LF is written next time round.
                 if (i + 1 < value.size() && value[i + 1] == '\n') break;
-                out += c;
+                out += loneCR == LoneCR::LineBreak ? "\\n" : "\r";
                 break;
             case '\n':
                 out += "\\n";

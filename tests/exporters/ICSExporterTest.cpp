@@ -240,12 +240,14 @@ TEST(ICSExporter, LongTextIsFoldedWithoutCuttingCharacters) {
             EXPECT_NE(static_cast<unsigned char>(line[1]) & 0xC0, 0x80) << line;
         }
     }
-    EXPECT_NE(unfolded(ics).find("\r\nDESCRIPTION:" + escapeContentValue(text) + "\r\n"),
+    EXPECT_NE(unfolded(ics).find("\r\nDESCRIPTION:" + escapeContentValue(text, LoneCR::LineBreak) +
+                                 "\r\n"),
               std::string::npos);
 }
 
 TEST(ICSExporter, ValuesAreEscapedInTheirOrder) {
-    EXPECT_EQ(escapeContentValue("a\\b\r\nc\nd;e,f\rg"), "a\\\\b\\nc\\nd\\;e\\,f\\ng");
+    EXPECT_EQ(escapeContentValue("a\\b\r\nc\nd;e,f\rg", LoneCR::LineBreak),
+              "a\\\\b\\nc\\nd\\;e\\,f\\ng");
     CalendarTimeZone odd("Odd \"zone\"\r\n", "", test::westEuropeRule(), 2024);
     EXPECT_EQ(odd.name(), "Odd _zone___");
     EXPECT_EQ(escapeParamValue("say \"hi\"\r"), "say \\\"hi\\\"\\r");
