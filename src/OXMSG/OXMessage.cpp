@@ -170,14 +170,16 @@ std::optional<OXMessage::QBProperties> OXMessage::processProperties(const CFBEnt
             return fail("Unknown header format (headerSize > 32)");
         }
     }
-    result.props = processPropertyList(stream, headerSize);
+    result.props = processPropertyList(stream, headerSize,
+                                       streamEntry ? streamEntry->fileOffset() : std::nullopt);
     MAPIPropList variable = processPropEntries(storage);
     result.props.insert(result.props.end(), variable.begin(), variable.end());
     if (names) translateNames(result.props, *names);
     return result;
 }
 
-MAPIPropList OXMessage::processPropertyList(const Bytes& stream, size_t headerSize) const {
+MAPIPropList OXMessage::processPropertyList(const Bytes& stream, size_t headerSize,
+                                            std::optional<uint64_t> streamOffset) const {
     MAPIPropList props;
     if (stream.size() <= headerSize) return props;
     auto me = self();
@@ -190,6 +192,10 @@ MAPIPropList OXMessage::processPropertyList(const Bytes& stream, size_t headerSi
         size_t valueSize = 0, advance = kEntrySize;
         if (const MAPITypeInfo* info = mapiTypeInfo(type); !info) {
             logf("Unknown MAPI type: 0x{:X}", type);
+            report()->warn(fmt::format("property entry at byte {} of a property stream has the "
+                                       "unknown type 0x{:X}; its value is left out",
+                                       offset, type),
+                           streamOffset);
             advance = kEntrySize / 2;
         } else if (type == PT_NULL) {
             advance = kEntrySize / 2;

@@ -53,7 +53,9 @@ class OXMessage : public OutlookMessage {
     // with the stream's offset in the file).
     std::optional<QBProperties> processProperties(const CFBEntry& storage, const NameMap* names,
                                                   ReadError* why = nullptr) const;
-    MAPIPropList processPropertyList(const Bytes& stream, size_t headerSize) const;
+    // `streamOffset`: where the property stream starts in the file, for warnings.
+    MAPIPropList processPropertyList(const Bytes& stream, size_t headerSize,
+                                     std::optional<uint64_t> streamOffset) const;
     MAPIPropList processPropEntries(const CFBEntry& storage) const;
     std::shared_ptr<MAPIProp> processProperty(const CFBEntry& stream) const;
     NameMap processNameIDs(const CFBEntry& root) const;

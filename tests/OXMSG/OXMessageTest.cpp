@@ -430,5 +430,19 @@ TEST(OXMessage, APropertyStoredUnderTwoTypesIsKeptAndReported) {
     EXPECT_TRUE(plain->report()->warnings().empty());
 }
 
+TEST(OXMessage, AnEntryOfUnknownTypeIsLeftOutWithAWarning) {
+    MsgFile f;
+    f.root.string8(0x001A, "IPM.Note").fixed(0x0036, 0x0E07, 9).u32(0x0E08, 7);
+    test::LogCapture log;
+    auto m = OXMessage::create(Bytes::fromString(f.write()));
+    ASSERT_TRUE(m);
+    EXPECT_FALSE(findPropID(*m->mapiprops(), 0x0E07, 0x0036));
+    const auto warnings = m->report()->warnings();
+    ASSERT_FALSE(warnings.empty());
+    EXPECT_THAT(warnings[0].text, testing::HasSubstr("unknown type 0x36"));
+    EXPECT_TRUE(warnings[0].offset);
+    EXPECT_THAT(log.lines, testing::Contains("Unknown MAPI type: 0x36"));
+}
+
 }  // namespace
 }  // namespace qb
