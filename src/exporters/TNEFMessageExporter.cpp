@@ -18,6 +18,7 @@
 #include "model/MAPIArray.h"
 #include "model/MessageDate.h"
 #include "model/PropertyTags.h"
+#include "platform/AsciiCase.h"
 #include "tnef/TNEFAttachment.h"
 
 namespace qb {
@@ -145,12 +146,7 @@ bool isCalendarException(const OutlookMessage& nested) {
     static constexpr std::string_view kExceptionClass =
         "IPM.OLE.CLASS.{00061055-0000-0000-C000-000000000046}";
     const auto cls = nested.messageClass();
-    return cls && cls->size() >= kExceptionClass.size() &&
-           std::equal(kExceptionClass.begin(), kExceptionClass.end(), cls->begin(),
-                      [](char a, char b) {
-                          return std::tolower(static_cast<unsigned char>(a)) ==
-                                 std::tolower(static_cast<unsigned char>(b));
-                      });
+    return cls && startsWithIgnoringASCIICase(*cls, kExceptionClass);
 }
 
 // One exporter per attachment; a nested message gets a message exporter of its own.
