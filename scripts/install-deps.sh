@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Installs the Debian packages the build and the tests need, when any is missing.
 # Safe to run again and again: it does nothing when everything is there.
 set -euo pipefail
@@ -7,6 +8,10 @@ packages=(
   build-essential cmake ninja-build pkg-config
   libicu-dev libssl-dev libfmt-dev nlohmann-json3-dev libcli11-dev libzip-dev
   libxml2-dev uuid-dev
+  # What `pkg-config --static --libs qbcore` names through libzip and libxml2.
+  libbz2-dev liblzma-dev zlib1g-dev
+  # The manual page test renders docs/quillbox.1.
+  groff-base
   libgtest-dev libgmock-dev
   python3 python3-icalendar python3-vobject
 )

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The message model's core: the interface the TNEF and .msg readers implement and every
 // exporter, the front door and the command line read.
 #pragma once
@@ -11,6 +12,7 @@
 #include "model/MAPIProp.h"
 #include "platform/Bytes.h"
 #include "platform/Date.h"
+#include "platform/Export.h"
 #include "platform/ReadReport.h"
 #include "platform/StringEncoding.h"
 
@@ -22,25 +24,25 @@ class TNEFAttachment;
 using TNEFAttrList = std::vector<std::shared_ptr<TNEFAttr>>;
 using AttachmentList = std::vector<std::shared_ptr<TNEFAttachment>>;
 
-// How a reader lays out property values in their buffers.
+/// How a reader lays out property values in their buffers.
 enum class ValueLayout {
-    // The value's range starts at its first byte inside a shared stream; variable-length
-    // values carry a 32-bit length in front (TNEF).
+    /// The value's range starts at its first byte inside a shared stream; variable-length
+    /// values carry a 32-bit length in front (TNEF).
     CountedInStream,
-    // Each variable-length value owns its whole buffer (.msg).
+    /// Each variable-length value owns its whole buffer (.msg).
     WholeBuffer,
 };
 
-// The read-only message both readers fill and every exporter consumes. Any field may be
-// absent; lists are always lists.
-class OutlookMessage : public std::enable_shared_from_this<OutlookMessage> {
+/// The read-only message both readers fill and every exporter consumes. Any field may be
+/// absent; lists are always lists.
+class QB_API OutlookMessage : public std::enable_shared_from_this<OutlookMessage> {
   public:
     virtual ~OutlookMessage() = default;
 
     virtual bool ignoreChecksum() const = 0;
     virtual StringEncoding encoding() const = 0;
     virtual const TNEFAttrList& attributes() const = 0;
-    // Nothing when the message has no property list at all.
+    /// Nothing when the message has no property list at all.
     virtual const MAPIPropList* mapiprops() const = 0;
     virtual const AttachmentList& attachments() const = 0;
     virtual std::optional<std::string> tnefCorrelator() const = 0;
@@ -55,13 +57,13 @@ class OutlookMessage : public std::enable_shared_from_this<OutlookMessage> {
     virtual std::optional<std::string> mimeHtmlBodyContent() const = 0;
     virtual bool isTnefCorrelatorMatchingMimeHeader() const = 0;
 
-    // How this reader's property values are laid out.
+    /// How this reader's property values are laid out.
     virtual ValueLayout valueLayout() const = 0;
-    // Opens an embedded message of the same container format; the reader implements it so
-    // that property values can decode embedded objects without knowing the readers.
+    /// Opens an embedded message of the same container format; the reader implements it so
+    /// that property values can decode embedded objects without knowing the readers.
     virtual std::shared_ptr<OutlookMessage> openEmbeddedMessage(const Bytes& data) const = 0;
 
-    // What reading left out, shared with every message nested in this one; never null.
+    /// What reading left out, shared with every message nested in this one; never null.
     const std::shared_ptr<ReadReport>& report() const { return report_; }
 
   protected:
