@@ -17,7 +17,7 @@
 // The compound-file reader stays out of the installed headers: a program that reads .msg files
 // needs the message, not the storages it came from.
 namespace POLE {
-class DirEntry;
+struct DirEntry;
 }
 
 namespace qb {

@@ -39,22 +39,34 @@ class QB_API OutlookMessage : public std::enable_shared_from_this<OutlookMessage
   public:
     virtual ~OutlookMessage() = default;
 
+    /// Whether the reader skipped the data checksums.
     virtual bool ignoreChecksum() const = 0;
+    /// The encoding of the message's 8-bit strings (from its code page).
     virtual StringEncoding encoding() const = 0;
+    /// The message-level TNEF attribute records; empty for a .msg file.
     virtual const TNEFAttrList& attributes() const = 0;
     /// Nothing when the message has no property list at all.
     virtual const MAPIPropList* mapiprops() const = 0;
+    /// The attachments, in order; an attached message is opened by nestedMessage().
     virtual const AttachmentList& attachments() const = 0;
+    /// The key that ties a TNEF stream to the mail that carried it.
     virtual std::optional<std::string> tnefCorrelator() const = 0;
+    /// What the item is: IPM.Note, IPM.Appointment, IPM.Contact...
     virtual std::optional<std::string> messageClass() const = 0;
+    /// The primary, copy and blind-copy recipients.
     virtual const AddressList& toRecipients() const = 0;
     virtual const AddressList& ccRecipients() const = 0;
     virtual const AddressList& bccRecipients() const = 0;
+    /// The sender, or null.
     virtual std::shared_ptr<Address> sender() const = 0;
+    /// The subject, in UTF-8.
     virtual std::optional<std::string> subject() const = 0;
+    /// The date the message carries in its TNEF fields (a .msg keeps its dates as properties).
     virtual std::optional<Date> date() const = 0;
+    /// The plain-text and HTML bodies the outer mail's headers gave the message, if any.
     virtual std::optional<std::string> mimeBodyContent() const = 0;
     virtual std::optional<std::string> mimeHtmlBodyContent() const = 0;
+    /// Whether the outer mail's headers name this stream, so that they override its fields.
     virtual bool isTnefCorrelatorMatchingMimeHeader() const = 0;
 
     /// How this reader's property values are laid out.
