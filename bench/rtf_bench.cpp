@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rich text at scale: writes a generated RTF document (formatted text, tables and one large
 // picture) and times its conversion to a page, as the RTF body exporter does it.
 //   rtf-bench make MEGABYTES FILE      a document of about that size; a quarter of it is the

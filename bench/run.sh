@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Times quillbox on large and many small inputs, with the commands that bound the same work:
 # cp writing the same files (what extract writes, copied from a folder of them), sha256sum
 # reading the input once. Writing is bound by the file system, so every run starts after a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The decoders of the time zones and recurrences that calendar items store, and the iCalendar
 // lines written from them. The body lives in tests/support/FuzzTargets.cpp, where the test that
 // replays findings runs it too.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The exporters on whatever the readers make of the input: bodies (HTML regenerated through
 // libxml2), attachments with detected names, nested messages serialised as MIME.
 // The body lives in tests/support/FuzzTargets.cpp, where the test that replays findings runs it

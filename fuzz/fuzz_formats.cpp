@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // File-format detection, which opens ZIP archives and compound files to look inside.
 // The body lives in tests/support/FuzzTargets.cpp, where the test that replays findings runs it
 // too.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The mail toolkit's decoders and parsers: encoded words, quoted-printable, Base64, HTML
 // entities, the RFC 2822 scanner, header blocks.
 // The body lives in tests/support/FuzzTargets.cpp, where the test that replays findings runs it

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The compound-file reader and the .msg reader on top of it; what the reader makes of the
 // input is copied and written again.
 // The body lives in tests/support/FuzzTargets.cpp, where the test that replays findings runs it

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The small record readers that read fields out of property values and OLE streams: the
 // one-off entry id and the packaged file of an Ole10Native stream, in 8-bit and Unicode forms.
 // The body lives in tests/support/FuzzTargets.cpp, where the test that replays findings runs it

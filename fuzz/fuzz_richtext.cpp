@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rich text: the RTF and HTML readers, the writers, the recovery of encapsulated HTML and text,
 // and picture documents.
 // The body lives in tests/support/FuzzTargets.cpp, where the test that replays findings runs it

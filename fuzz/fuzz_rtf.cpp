@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Compressed RTF: header checks, CRC, LZFu expansion.
 // The body lives in tests/support/FuzzTargets.cpp, where the test that replays findings runs it
 // too.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The TNEF reader: records, property lists, fields, attachments, embedded messages.
 // The body lives in tests/support/FuzzTargets.cpp, where the test that replays findings runs it
 // too.

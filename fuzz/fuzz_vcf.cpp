@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One-off member entry ids and the card builder, on items made from the input.
 // The body lives in tests/support/FuzzTargets.cpp, where the test that replays findings runs it
 // too.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes the bundled sample message into the folder given on the command line; with
 // "--large N", also a winmail.dat of N attachments of 50 000 bytes and a .msg of N
 // attachments of 100 000 bytes (for measurements); with "--bench", the benchmark's inputs:

@@ -1,9 +1,12 @@
 #!/usr/bin/env bash
-# Configures and builds into a build folder (default: build). QB_SANITIZE=1 builds with
-# AddressSanitizer and UndefinedBehaviorSanitizer.
+# SPDX-License-Identifier: Apache-2.0
+# Configures and builds into a build folder (default: build), warnings as errors. QB_SANITIZE=1
+# builds with AddressSanitizer and UndefinedBehaviorSanitizer; QB_BUILD_TYPE picks the CMake
+# build type (default RelWithDebInfo; CI builds Release).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 dir=${1:-build}
 "$PWD/scripts/install-deps.sh"
-cmake -S . -B "$dir" -G Ninja -DQB_SANITIZE="${QB_SANITIZE:-0}" >/dev/null
+cmake -S . -B "$dir" -G Ninja -DQB_SANITIZE="${QB_SANITIZE:-0}" -DQB_WERROR=ON \
+  -DCMAKE_BUILD_TYPE="${QB_BUILD_TYPE:-RelWithDebInfo}" >/dev/null
 cmake --build "$dir" -j2

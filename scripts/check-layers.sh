@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Fails when a source file includes a header of a layer it may not see (src/LAYERS.txt):
 # dependencies point downward only.
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Writes what quillbox makes of every corpus file (info --json, dump, the extract tree, the
 # .eml, and each command's exit status and standard error) into one folder, so that two builds
 # can be compared with `diff -r`: a refactoring must leave the folders identical.

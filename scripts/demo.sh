@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Builds quillbox, makes the bundled sample winmail.dat and shows what quillbox reads in it.
 set -euo pipefail
 cd "$(dirname "$0")/.."

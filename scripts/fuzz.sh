@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Builds the libFuzzer targets with clang and runs each for SECONDS (default 60), seeded with
 # the shared corpus (copied at run time, never committed), the bundled samples and the kept
 # findings in tests/data/fuzz-regressions/<target>/.

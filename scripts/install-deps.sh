@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Installs the Debian packages the build and the tests need, when any is missing.
 # Safe to run again and again: it does nothing when everything is there.
 set -euo pipefail
@@ -9,6 +10,10 @@ packages=(
   libxml2-dev uuid-dev
   libcairo2-dev libpango1.0-dev librsvg2-dev libpoppler-cpp-dev
   adwaita-icon-theme shared-mime-info fonts-dejavu-core
+  # What `pkg-config --static --libs qbcore` names through libzip and libxml2.
+  libbz2-dev liblzma-dev zlib1g-dev
+  # The manual page test renders docs/quillbox.1.
+  groff-base
   libgtest-dev libgmock-dev
   python3 python3-icalendar python3-vobject
 )

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Writes the page `quillbox rtf FILE --html` makes for every corpus file with an RTF body
 # into OUTDIR (one FILE.html each), so two builds can be compared byte for byte. Each RTF
 # body is also read as styled text and written as a page (FILE.styled.html, by rtf-bench

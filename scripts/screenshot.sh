@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Takes a PNG screenshot of a page with headless Chromium (Debian's package, installed when
 # missing): scripts/screenshot.sh PAGE.html OUT.png [WIDTH] [HEIGHT]
 set -euo pipefail

@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
-# Builds and runs the whole test suite. With QB_SANITIZE=1 it builds into build-asan with
-# AddressSanitizer and UndefinedBehaviorSanitizer, and any report fails the run.
+# SPDX-License-Identifier: Apache-2.0
+# Builds (warnings as errors) and runs the whole test suite. With QB_SANITIZE=1 it builds into
+# build-asan with AddressSanitizer and UndefinedBehaviorSanitizer, and any report fails the run;
+# QB_BUILD_TYPE picks the build type (scripts/build.sh).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 if [[ "${QB_SANITIZE:-0}" == 1 ]]; then dir=build-asan; else dir=build; fi

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Compiles every source file of the readers (src/tnef, src/OXMSG with cfb, src/model,
 # src/formats) with clang's -Wunsafe-buffer-usage -Werror, so that pointer arithmetic and
 # unchecked indexing on input fail the build instead of waiting for a review. Only the checked

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The property-stream headers of each storage kind, substorage names decoded to property tags,
 // the named-property map, and transport headers overriding the recipient rows' addresses.
 #include "OXMSG/OXMessage.h"
@@ -8,6 +9,7 @@
 #include <cctype>
 #include <unordered_map>
 
+#include "OXMSG/cfb/CFBEntry.h"
 #include "mailkit/MKMimeHeadersParser.h"
 #include "model/CodePage.h"
 #include "model/MAPIArray.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The .msg reader: turns a compound file's storages and streams into an OutlookMessage; the
 // exporters, the front door and the command line read it through that interface.
 #pragma once
@@ -8,23 +9,31 @@
 #include <set>
 #include <string>
 
-#include "OXMSG/cfb/CFBEntry.h"
 #include "model/OutlookMessage.h"
+#include "platform/Export.h"
 #include "platform/ReadError.h"
 #include "tnef/TNEFAttachment.h"
 
+// The compound-file reader stays out of the installed headers: a program that reads .msg files
+// needs the message, not the storages it came from.
+namespace POLE {
+struct DirEntry;
+}
+
 namespace qb {
 
+class CFBEntry;
+
 inline constexpr const char* kOXMessageErrorDomain = "OXMessageErrorDomain";
-// The code of every failure to read a .msg file.
+/// The code of every failure to read a .msg file.
 inline constexpr int kOXMessageErrorUnreadable = 2;
 
-// An Outlook .msg file (MAPI properties in a compound file) read into the message model.
-class OXMessage : public OutlookMessage {
+/// An Outlook .msg file (MAPI properties in a compound file) read into the message model.
+class QB_API OXMessage : public OutlookMessage {
   public:
     static constexpr int kMaxDepth = 64;
 
-    // What one property storage holds.
+    /// What one property storage holds.
     struct QBProperties {
         uint32_t recipientCount = 0;
         uint32_t attachmentCount = 0;
@@ -33,27 +42,27 @@ class OXMessage : public OutlookMessage {
     };
     using NameMap = std::map<uint32_t, std::shared_ptr<MAPIPropName>>;
 
-    // Nothing when the data is no compound file or its properties cannot be read; then `why`
-    // (when given) says why and where. The header check (next IDs equal to the counts) is
-    // skipped unless `ignoreChecksum` is false.
+    /// Nothing when the data is no compound file or its properties cannot be read; then `why`
+    /// (when given) says why and where. The header check (next IDs equal to the counts) is
+    /// skipped unless `ignoreChecksum` is false.
     static std::shared_ptr<OXMessage> create(Bytes data, bool ignoreChecksum = true,
                                              ReadError* why = nullptr);
     static std::shared_ptr<OXMessage> create(std::shared_ptr<CFBEntry> entry, bool ignoreChecksum,
                                              int depth = 0);
 
-    // The storages opened as messages in one file; a damaged directory may lead an
-    // attachment back to one of them, which is then not opened again.
+    /// The storages opened as messages in one file; a damaged directory may lead an
+    /// attachment back to one of them, which is then not opened again.
     using OpenedStorages = std::set<const POLE::DirEntry*>;
 
-    // Whether a storage holds any property stream of a message; without one it is another
-    // kind of document (a Word file, an OLE object), not a message.
+    /// Whether a storage holds any property stream of a message; without one it is another
+    /// kind of document (a Word file, an OLE object), not a message.
     static bool holdsMessageProperties(const CFBEntry& storage);
 
-    // Nothing when the stream's header is of no known form (logged, and described in `why`
-    // with the stream's offset in the file).
+    /// Nothing when the stream's header is of no known form (logged, and described in `why`
+    /// with the stream's offset in the file).
     std::optional<QBProperties> processProperties(const CFBEntry& storage, const NameMap* names,
                                                   ReadError* why = nullptr) const;
-    // `streamOffset`: where the property stream starts in the file, for warnings.
+    /// `streamOffset`: where the property stream starts in the file, for warnings.
     MAPIPropList processPropertyList(const Bytes& stream, size_t headerSize,
                                      std::optional<uint64_t> streamOffset) const;
     MAPIPropList processPropEntries(const CFBEntry& storage) const;
@@ -65,7 +74,7 @@ class OXMessage : public OutlookMessage {
 
     const std::shared_ptr<CFBEntry>& rootEntry() const { return root_; }
 
-    // OutlookMessage
+    /// OutlookMessage
     bool ignoreChecksum() const override { return ignoreChecksum_; }
     StringEncoding encoding() const override { return encoding_; }
     const TNEFAttrList& attributes() const override { return noAttributes_; }
@@ -87,7 +96,7 @@ class OXMessage : public OutlookMessage {
         return nullptr;
     }
 
-    // `report` is the one of the compound file the message is read from.
+    /// `report` is the one of the compound file the message is read from.
     OXMessage(bool ignoreChecksum, int depth, std::shared_ptr<OpenedStorages> opened,
               std::shared_ptr<ReadReport> report)
         : OutlookMessage(std::move(report)),

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writing one message's exports as files: names claimed in order, pages linked to the
 // pictures written beside them, the description of what was written last.
 #include "api/ExportToFolder.h"

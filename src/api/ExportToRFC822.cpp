@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The top-level message assembled and serialised as one .eml.
 #include "api/ExportToRFC822.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Output folders: made relative to an open handle, files written whole under a temporary
 // name and renamed into place without replacing anything.
 #include "api/ExtractFolder.h"

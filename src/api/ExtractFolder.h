@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A folder that exports are written into safely: the writing side of the front door.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Format dispatch for every program built on the library: the compound-file signature picks
 // the .msg reader, anything else is tried as TNEF.
 #include "api/OpenMessage.h"
@@ -73,6 +74,12 @@ Expected<Bytes> readInput(const std::string& path, uint64_t maxSize) {
     auto data = readFileData(path, &text, &code, maxSize);
     if (!data) return ReadError{"POSIX", code, text, std::nullopt};
     return std::move(*data);
+}
+
+Expected<OpenedMessage> openMessageFile(const std::string& path, uint64_t maxSize) {
+    auto data = readInput(path, maxSize);
+    if (!data) return data.error();
+    return openMessage(std::move(*data));
 }
 
 }  // namespace qb

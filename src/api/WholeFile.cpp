@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Whole-file writes: a temporary name beside the target, renamed over it when complete.
 #include "api/WholeFile.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Single files written whole or not at all.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The quillbox commands (dump, info, rtf, extract, eml), one function each; main.cpp parses
 // the command line and calls them, and each turns library results into output and exit status.
 #pragma once

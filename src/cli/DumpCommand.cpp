@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // quillbox dump: TNEF records or the compound-file tree, and every property with its name,
 // nested messages indented, so a damaged file can be inspected as the readers saw it.
 #include <fmt/format.h>
@@ -6,6 +7,7 @@
 #include <set>
 
 #include "OXMSG/OXMessage.h"
+#include "OXMSG/cfb/CFBEntry.h"
 #include "cli/Commands.h"
 #include "cli/MessageInput.h"
 #include "cli/OutputFile.h"
@@ -135,7 +137,9 @@ class Dumper {
             // where this file keeps it.
             const auto& n = *p.propName();
             label = n.GUID() ? formatGUID(*n.GUID()) : std::string("{?}");
-            label += n.name() ? " " + quotedText(*n.name()) : fmt::format(" 0x{:04X}", n.propID());
+            // fmt rather than `" " + std::string`, which trips g++ 12's -Wrestrict at -O3.
+            label += n.name() ? fmt::format(" {}", quotedText(*n.name()))
+                              : fmt::format(" 0x{:04X}", n.propID());
             if (n.name() || n.propID() != p.name())
                 label += fmt::format(" (id 0x{:04X})", p.name());
         } else if (auto name = nameForPropertyTag(p.tag())) {

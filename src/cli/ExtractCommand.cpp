@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // quillbox extract and eml: the front door's exports, with progress and one line per failure.
 #include <fmt/format.h>
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // quillbox ics: the calendar file of a meeting, appointment or task.
 #include "cli/Commands.h"
 #include "cli/MessageInput.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // quillbox info: one summary per input, as text or one JSON line, warnings included when the
 // input was read only in part.
 #include <fmt/format.h>

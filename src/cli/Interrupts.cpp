@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The signal handlers set one lock-free flag; writers poll it.
 #include "cli/Interrupts.h"
 

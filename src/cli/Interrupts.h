@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Ctrl-C and SIGTERM as a request to stop between (and within) writes.
 #pragma once
 

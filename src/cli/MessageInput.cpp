@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Warnings from the read report, mapped inputs that shrank while read, and exceptions caught
 // per input so one bad file never ends the run.
 #include "cli/MessageInput.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What every command does with an input: open it through the front door, report failures and
 // warnings in one format, and turn the outcome into an exit status.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Bodies measured, people shown by their Internet address, attachments hashed, and nested
 // messages walked to the readers' own depth limit.
 #include "cli/MessageSummary.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The summary behind quillbox info, built from the message model alone.
 #pragma once
 

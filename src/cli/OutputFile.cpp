@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The commands' single outputs (eml -o, rtf -o): a file written whole, or standard output.
 #include "cli/OutputFile.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where the single-output commands write: a named file or standard output, with failures
 // reported the same way everywhere.
 #pragma once

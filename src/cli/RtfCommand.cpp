@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // quillbox rtf: the RTF body itself, the HTML page the exporter makes of it, or its plain
 // text; a checksum mismatch is a warning, not a failure.
 #include <fmt/format.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One process-wide progress line: the commands run one input at a time on one thread.
 #include "cli/StatusLine.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The progress line on a terminal, and every other line written beside it: a line for
 // standard error clears it first and redraws it after, so neither is garbled.
 #pragma once

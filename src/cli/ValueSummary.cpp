@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Escaping that makes control characters visible, and long text cut at whole code points.
 #include "cli/ValueSummary.h"
 
@@ -93,7 +94,13 @@ std::string summarize(const MAPIData& value) {
         std::string operator()(const Bytes& v) const { return bytesSummary(v); }
         std::string operator()(const std::shared_ptr<OutlookMessage>& m) const {
             auto subject = m->subject();
-            return "embedded message" + (subject ? " " + quotedText(*subject) : std::string());
+            // Appended, not `" " + std::string`, which trips g++ 12's -Wrestrict at -O3.
+            std::string text = "embedded message";
+            if (subject) {
+                text += ' ';
+                text += quotedText(*subject);
+            }
+            return text;
         }
         std::string operator()(const std::shared_ptr<CFBEntry>&) const {
             return "embedded storage";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Values rendered for the dump and info output, safe to print to a terminal.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // quillbox vcf: the card of a contact or distribution list, in vCard 2.1 or 4.0.
 #include <fmt/format.h>
 

@@ -1,9 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 // quillbox's entry point: the command-line grammar, usage errors (exit 2) and the dispatch
 // to the commands.
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
 
+#include "api/Version.h"
 #include "cli/Commands.h"
 #include "cli/MessageInput.h"
 #include "cli/StatusLine.h"
@@ -27,13 +29,25 @@ void logToStderr(std::string_view line) {
     qb::cli::printErrorLine(out);
 }
 
+// "quillbox 0.1.0" and the libraries it runs with, as loaded: what a bug report needs.
+std::string versionText() {
+    std::string text = std::string("quillbox ") + qb::libraryVersion();
+    const char* separator = "\n";
+    for (const auto& dependency : qb::runtimeDependencyVersions()) {
+        text += separator + dependency.name + " " + dependency.version;
+        separator = ", ";
+    }
+    return text;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     qb::setLogSink(logToStderr);
     CLI::App app{"quillbox: read Outlook TNEF (winmail.dat) and .msg messages"};
     app.require_subcommand(1);
-    app.set_version_flag("--version", "quillbox 0.1.0");
+    app.set_version_flag("--version", std::function<std::string()>(versionText),
+                         "print the version and those of ICU, libxml2 and libzip");
 
     // Options of the whole program may also follow the subcommand.
     app.fallthrough();

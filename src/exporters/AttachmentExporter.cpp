@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Names reduced to their last path component, OLE objects unpacked when there are no plain
 // bytes, and Content-ID kept on the part so HTML bodies still find their pictures.
 #include "exporters/AttachmentExporter.h"

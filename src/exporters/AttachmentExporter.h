@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The exporter for one attachment (or a picture taken out of a body): its file name, bytes and
 // MIME part inside an exported message.
 #pragma once

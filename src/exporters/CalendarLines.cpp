@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Line writing for calendar files: folding never splits a UTF-8 sequence.
 #include "exporters/CalendarLines.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // iCalendar content lines: folding, value escaping and the date forms the calendar exporter
 // writes.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Recurrence rules from the decoded pattern, and the events of changed occurrences.
 #include "exporters/CalendarRecurrence.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A stored recurrence as iCalendar: the RRULE and EXDATE lines of the series and one VEVENT
 // per changed occurrence.
 #pragma once

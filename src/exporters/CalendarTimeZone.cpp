@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Zone rules to UTC offsets and VTIMEZONE text; Windows zone names mapped to IANA through ICU.
 #include "exporters/CalendarTimeZone.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The time zone of a calendar item: the stored definition (or registry structure) with the
 // rule in force in the item's year, its name for TZID lines, and its VTIMEZONE block.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A scan for "cid:" URLs in the raw HTML, with ids unbracketed, percent-decoded and compared
 // without case.
 #include "exporters/ContentIDs.h"

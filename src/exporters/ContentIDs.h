@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The attachments an HTML body shows itself: those it refers to by "cid:" URLs, and those
 // URLs pointed at the files the attachments were written to.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finding the body (string or binary property, in the internet code page) and passing it
 // through the font step unless it nests too deep for the HTML parser.
 #include "exporters/HTMLExporter.h"

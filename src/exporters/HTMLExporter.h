@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The HTML body exporter, used by the message exporter when the message has no RTF body; it
 // also gives the body as styled text.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A quick scan of an HTML body's tag nesting, made before the HTML step reads it.
 #include "exporters/HTMLNesting.h"
 

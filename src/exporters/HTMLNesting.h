@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A guard for the HTML exporter: bodies nested deeper than the HTML parser can hold keep
 // their own bytes.
 #pragma once

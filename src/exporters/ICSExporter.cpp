@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The calendar file's lines in their order, from the item's named properties.
 #include "exporters/ICSExporter.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A meeting, appointment or task as one iCalendar file, offered like every other export.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Content-line helpers shared by the card and calendar writers.
 #pragma once
 

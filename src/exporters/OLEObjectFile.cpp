@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tries the packaged file first, then a "Package" stream, then the storage itself written out
 // as a compound file.
 #include "exporters/OLEObjectFile.h"

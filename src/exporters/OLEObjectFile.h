@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The file an attachment that is an embedded OLE object stands for, when the object keeps
 // no "CONTENTS" stream of its own.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The HTML body from its binary or 8-bit property as stored, and the RTF body as the model
 // decompressed it.
 #include "exporters/OriginalBodies.h"

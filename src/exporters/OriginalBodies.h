@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The bodies exactly as the message stores them, for whoever must keep evidence unchanged:
 // the HTML body in its own encoding and the RTF body decompressed.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where the text comes from, in order: PR_BODY, the attBody record, a report's fixed
 // sentence, the body of an enclosing MIME message.
 #include "exporters/PlainTextExporter.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The plain-text body exporter, one of the body exporters the message exporter gathers; the
 // other body exporters share its metadata shape.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The message's RTF body as a document a person can open: the HTML or text an encapsulating
 // RTF carries, else the RTF made into HTML (with its pictures inlined, or given as files),
 // else the RTF itself.

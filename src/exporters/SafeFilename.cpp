@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Byte-level cleaning that never cuts a UTF-8 sequence; long names keep a sensible extension.
 #include "exporters/SafeFilename.h"
 

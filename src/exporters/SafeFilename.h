@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // File names made safe before any export reaches the file system; the folder writer numbers
 // collisions with them.
 #pragma once

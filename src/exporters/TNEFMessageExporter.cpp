@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Building the exporter tree step by step, and assembling the MIME message from it.
 #include "exporters/TNEFMessageExporter.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The message exporter: the root of the exporter tree that extract, eml and the library's
 // front door build for one message (bodies, attachments, nested messages, metadata, MIME).
 #pragma once
@@ -7,27 +8,28 @@
 
 #include "exporters/QBExporter.h"
 #include "model/OutlookMessage.h"
+#include "platform/Export.h"
 
 namespace qb {
 
-// What a message exporter makes of its message.
+/// What a message exporter makes of its message.
 enum class ExportMode {
-    // The top-level message as separate files (bodies, attachments, metadata): no MIME body
-    // is assembled, and mimeMessage() holds the header fields.
+    /// The top-level message as separate files (bodies, attachments, metadata): no MIME body
+    /// is assembled, and mimeMessage() holds the header fields.
     Files,
-    // A message inside another: assembled and serialised whole, as `data`.
+    /// A message inside another: assembled and serialised whole, as `data`.
     Nested,
-    // The top-level message assembled and serialised whole as one .eml, as `data`.
+    /// The top-level message assembled and serialised whole as one .eml, as `data`.
     RFC822,
 };
 
-// The root of the exporter tree for one message: its body exporters, one exporter per
-// attachment (nested messages get exporters of their own, recursively), its metadata and,
-// for a message nested in another, the whole message as RFC 2822 bytes.
-class TNEFMessageExporter : public QBExporter,
-                            public std::enable_shared_from_this<TNEFMessageExporter> {
+/// The root of the exporter tree for one message: its body exporters, one exporter per
+/// attachment (nested messages get exporters of their own, recursively), its metadata and,
+/// for a message nested in another, the whole message as RFC 2822 bytes.
+class QB_API TNEFMessageExporter : public QBExporter,
+                                   public std::enable_shared_from_this<TNEFMessageExporter> {
   public:
-    // Does all the work at once; never fails.
+    /// Does all the work at once; never fails.
     static std::shared_ptr<TNEFMessageExporter> create(
         std::shared_ptr<const OutlookMessage> message,
         const std::shared_ptr<TNEFMessageExporter>& parent, ExportMode mode,
@@ -44,8 +46,8 @@ class TNEFMessageExporter : public QBExporter,
     std::shared_ptr<TNEFMessageExporter> parent() const { return parent_.lock(); }
     std::shared_ptr<const OutlookMessage> tnefMessage() const { return message_; }
     const std::optional<std::string>& headerHTMLString() const { return headerHTMLString_; }
-    // In ExportMode::Files, the message as a MIME object (the header block first when one was
-    // given); the other modes keep only the serialised bytes, `data`.
+    /// In ExportMode::Files, the message as a MIME object (the header block first when one was
+    /// given); the other modes keep only the serialised bytes, `data`.
     EDMessagePartPtr mimeMessage() const { return mimeMessage_; }
 
     std::optional<std::string> filename() const override { return filename_; }
@@ -57,20 +59,20 @@ class TNEFMessageExporter : public QBExporter,
 
   private:
     TNEFMessageExporter() = default;
-    // The steps of building, in order.
+    /// The steps of building, in order.
     void build(const std::shared_ptr<TNEFMessageExporter>& parent);
     void exportBodies(std::vector<EDMessagePartPtr>& parts);
     void exportCalendar(std::vector<EDMessagePartPtr>& parts);
     void exportAttachments(std::vector<EDMessagePartPtr>& parts);
     void exportContact(std::vector<EDMessagePartPtr>& parts);
-    // A contact or distribution list attached to the message, as its card; nothing for other
-    // classes.
+    /// A contact or distribution list attached to the message, as its card; nothing for other
+    /// classes.
     QBExporterPtr attachedContactExporter(const std::shared_ptr<OutlookMessage>& nested,
                                           std::vector<EDMessagePartPtr>& parts);
     void addHeaderFields(EDMessagePart& mime, Dictionary& metadata);
     void describeByAttachedMessages(Dictionary& metadata) const;
     void finish(EDMessagePartPtr mime, Dictionary metadata);
-    // Whether the message is assembled into one MIME body.
+    /// Whether the message is assembled into one MIME body.
     bool assemblesParts() const { return mode_ != ExportMode::Files; }
 
     std::shared_ptr<const OutlookMessage> message_;
@@ -87,10 +89,10 @@ class TNEFMessageExporter : public QBExporter,
     mutable EDMessagePartPtr part_;
 };
 
-// Whether an embedded message is a changed occurrence of a recurring calendar item.
-bool isCalendarException(const OutlookMessage& nested);
+/// Whether an embedded message is a changed occurrence of a recurring calendar item.
+QB_API bool isCalendarException(const OutlookMessage& nested);
 
-// The subject as a file name: without / \ ? % * | " < > : and with the extension "eml".
-std::string emlFilenameForSubject(const std::string& subject);
+/// The subject as a file name: without / \ ? % * | " < > : and with the extension "eml".
+QB_API std::string emlFilenameForSubject(const std::string& subject);
 
 }  // namespace qb

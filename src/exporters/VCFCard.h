@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a contact item's card says, gathered from the item's properties; VCFWriter turns it
 // into vCard text of either version.
 #pragma once

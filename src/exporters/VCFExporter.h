@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The contact exporter: the vCard of a contact or distribution list, for the message exporter
 // and quillbox vcf.
 #pragma once

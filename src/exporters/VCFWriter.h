@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Contact cards as vCard text: the 2.1 form (LF line ends, CHARSET=UTF-8 on text lines, the
 // address in six parts) that Quillbox has always written, and the 4.0 form of RFC 6350 (CRLF,
 // lines folded at 75 octets, telephone numbers as tel: URIs where they can be).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // libzip reads the archive in place from the caller's bytes; the compound file goes through
 // our own reader. Both give nothing for damaged input rather than failing.
 #include "formats/ContainerEntries.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Entry names of ZIP archives and compound files, for format detection to tell a .docx from
 // a .zip, or a .msg from a .doc.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The packaged record read field by field within its own claimed size; the UTF-16 names newer
 // packagers append replace the 8-bit ones when all three are there.
 #include "formats/Ole10Native.h"

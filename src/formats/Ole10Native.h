@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The "\x01Ole10Native" stream of an OLE object: how Windows' Object Packager stores a
 // whole file (its label, original path and bytes) inside a document or a message.
 #pragma once

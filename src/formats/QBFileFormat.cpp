@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The table itself and signature detection; ZIP and compound files are told apart further
 // by the names of the entries inside them.
 #include "formats/QBFileFormat.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The file-format table: the exporters use it to name and type attachments, and the front
 // door to tell what an input is.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Base64 for the mail toolkit and above: MIME bodies and encoded words, data: URIs in the
 // HTML the rich-text layer writes, path-safe names.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Word splitting and trimming for the loose forms, then a strict address check (dot-atom or
 // quoted local part, host name or IPv4 literal) written out by hand.
 #include "mailkit/EmailAddressParsing.h"

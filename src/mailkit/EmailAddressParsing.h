@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loose address helpers for the name-and-address strings message files carry; the model's
 // Address reads a sender or recipient with them when no header syntax applies.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Escaping walks code points and looks each up in a sorted table; decoding takes named
 // entities and numeric references, and leaves a stray "&" as it stands.
 #include "mailkit/HTMLEntities.h"

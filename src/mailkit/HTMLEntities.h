@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // HTML escaping and entity decoding for text the toolkit turns into or reads from HTML, such
 // as quoted-printable bodies shown as HTML.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The HTML escape tables: (entity, UTF-16 code unit) pairs sorted by code unit, so that a
 // character is found by a halving search. Generated from HTML 4's named entities plus &apos;.
 #include "mailkit/HTMLEntityTables.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The four escape tables the HTML escapers choose from, each a sorted array of entity and
 // UTF-16 code unit.
 #pragma once

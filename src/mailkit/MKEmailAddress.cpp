@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Parsing goes through RFC2822Scanner; writing quotes the display name and turns a name
 // beyond ASCII into one encoded word.
 #include "mailkit/MKEmailAddress.h"

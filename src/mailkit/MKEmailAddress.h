@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A mailbox as a value, parsed from header text by the scanner: how the model's Address and
 // the .msg reader's transport headers turn address text into names and addresses.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Folding at white space under 79 characters, and splitting encoded-word lines without
 // cutting a "=XX" escape in two.
 #include "mailkit/MKMimeHeaders.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One pass over the lines with continuation joining; non-field lines are skipped rather than
 // failing the block.
 #include "mailkit/MKMimeHeadersParser.h"

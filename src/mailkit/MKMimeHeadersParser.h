@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading header blocks back: the .msg reader takes a message's transport headers through
 // this for its addresses and decoded values.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Small string helpers of the mail toolkit, chiefly the capitalised form header names are
 // stored and written in.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Charset choice, Q- and B-word building, and the decoders; adjacent encoded words of one
 // charset are decoded together so multi-byte characters split across words survive.
 #include "mailkit/MimeEncoding.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The text codings of mail: encoded words, quoted-printable and percent escapes, with the
 // choice of charset. Header writing and parsing build on it.
 #pragma once

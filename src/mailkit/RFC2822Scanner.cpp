@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A hand-written recursive scanner: comments nest at most 64 deep, and a failed alternative
 // rewinds to where it started instead of consuming input.
 #include "mailkit/RFC2822Scanner.h"

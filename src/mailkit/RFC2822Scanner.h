@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The address-list scanner behind MKEmailAddress: header values from message files, with
 // comments, groups and obsolete forms.
 #pragma once

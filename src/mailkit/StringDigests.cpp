@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // OpenSSL for the HMAC and the short hash; mkstemps for a temporary file that keeps its
 // extension.
 #include "mailkit/StringDigests.h"

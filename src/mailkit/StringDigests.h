@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Digests of strings as hex or path-safe text, and unique temporary files: part of the
 // toolkit's public surface, built on platform digests.
 #pragma once

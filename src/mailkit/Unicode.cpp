@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A malformed byte decodes to U+FFFD and advances by one, so a walk always makes progress.
 #include "mailkit/Unicode.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Walking and writing UTF-8 one code point at a time, for the escapers of the toolkit and
 // the rich-text layer.
 #pragma once

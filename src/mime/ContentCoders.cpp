@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Boundaries drawn from the parts themselves, so exporting the same message twice gives the
 // same bytes; text goes as 7bit when it can, else UTF-8 quoted-printable.
 #include "mime/ContentCoders.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The MIME builder the exporters use: each body and attachment becomes a part, and the parts
 // a multipart entity or a whole message.
 #pragma once

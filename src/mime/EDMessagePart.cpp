@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The media type read back from the Content-Type field, and the part serialised for output.
 #include "mime/EDMessagePart.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The unit the MIME builder produces and the exporters hand around: a header set and an
 // encoded body.
 #pragma once
@@ -7,12 +8,13 @@
 #include <string_view>
 
 #include "mailkit/MKMimeHeaders.h"
+#include "platform/Export.h"
 
 namespace qb {
 
-// A built MIME entity: its header fields and its body, already transfer-encoded. A whole
-// message is a part whose headers also carry the message's own fields.
-class EDMessagePart {
+/// A built MIME entity: its header fields and its body, already transfer-encoded. A whole
+/// message is a part whose headers also carry the message's own fields.
+class QB_API EDMessagePart {
   public:
     MKMimeHeaders& headers() { return headers_; }
     const MKMimeHeaders& headers() const { return headers_; }
@@ -20,14 +22,14 @@ class EDMessagePart {
     const std::string& contentData() const { return content_; }
     void setContentData(std::string content) { content_ = std::move(content); }
 
-    // The media type without parameters, lower case ("text/plain"); empty when unset.
+    /// The media type without parameters, lower case ("text/plain"); empty when unset.
     std::string contentType() const;
 
-    // Appends a field after those already present (a later field of the same name replaces
-    // the earlier value).
+    /// Appends a field after those already present (a later field of the same name replaces
+    /// the earlier value).
     void addToHeaderFields(std::string_view name, std::string_view fieldBody);
 
-    // The entity as RFC 2822 bytes: header block, blank line, body.
+    /// The entity as RFC 2822 bytes: header block, blank line, body.
     std::string transferData() const;
 
   private:

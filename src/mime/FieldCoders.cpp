@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Encoded words that never split a character, mailboxes that fall back to an empty group for
 // X.500-only senders, and RFC 2231 continuations for long or non-ASCII file names.
 #include "mime/FieldCoders.h"
@@ -175,7 +176,10 @@ std::optional<std::string> mailboxFieldBody(const Address& address) {
     // No Internet address to write (an Exchange X.500 name, or none at all): an empty
     // group keeps the name, and a comment keeps the address text for whoever reads it.
     std::string group = phrase(shown);
-    if (!addr.empty() && addr != shown && isAsciiPrintable(addr)) group += " " + comment(addr);
+    if (!addr.empty() && addr != shown && isAsciiPrintable(addr)) {
+        group += ' ';  // appended alone: `" " + std::string` trips g++ 12's -Wrestrict at -O3
+        group += comment(addr);
+    }
     // An encoded word needs white space after it.
     else if (group.back() == '=')
         group += ' ';

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Header field bodies for exported messages: subjects, dates, mailboxes and content
 // parameters, written so that mail readers parse them back as they were.
 #pragma once

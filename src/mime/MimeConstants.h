@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Header names, media types and encoding tokens shared by the MIME builder and the message
 // exporter, so each is spelled once.
 #pragma once

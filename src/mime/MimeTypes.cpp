@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A sorted table searched by halving; anything unknown is application/octet-stream.
 #include "mime/MimeTypes.h"
 #include "platform/AsciiCase.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Media types by file extension, for attachment parts and the names the exporters give files.
 #pragma once
 

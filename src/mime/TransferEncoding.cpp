@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Base64 written straight into a presized buffer, since attachments can be very large;
 // quoted-printable soft breaks never cut an escape.
 #include "mime/TransferEncoding.h"

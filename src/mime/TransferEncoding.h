@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Content transfer encodings for the bodies the MIME builder writes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Parsing written addresses (a header mailbox first, the loose split otherwise) and the
 // locked accessors that let readers fill in an SMTP address after construction.
 #include "model/Address.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Senders and recipients in the message model: both readers make them from properties or
 // header text, and the exporters write them into headers, metadata and views.
 #pragma once
@@ -10,21 +11,23 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/Export.h"
+
 namespace qb {
 
-// A sender or recipient. Every field may be absent; `email` is derived once, at
-// construction, and is not recomputed by the setters. `smtpAddress` is the person's
-// Internet address where the message gives one beside another kind of address (an Exchange
-// X.500 name); an address of type SMTP is its own.
-class Address {
+/// A sender or recipient. Every field may be absent; `email` is derived once, at
+/// construction, and is not recomputed by the setters. `smtpAddress` is the person's
+/// Internet address where the message gives one beside another kind of address (an Exchange
+/// X.500 name); an address of type SMTP is its own.
+class QB_API Address {
   public:
     using Text = std::optional<std::string>;
 
     Address(Text displayName, Text address, Text type, uint32_t trpId = 0);
 
-    // One written address: an RFC 2822 mailbox when it holds "@", else a loose name/address.
+    /// One written address: an RFC 2822 mailbox when it holds "@", else a loose name/address.
     static std::shared_ptr<Address> fromString(const std::string& text);
-    // Attendee list joined with "; ".
+    /// Attendee list joined with "; ".
     static std::vector<std::shared_ptr<Address>> addressesFormAttendeesString(
         const std::string& text);
 
@@ -42,7 +45,7 @@ class Address {
     void setTrpId(uint32_t v);
     void setSmtpAddress(Text v);
 
-    // "<name> <<address>>"
+    /// "<name> <<address>>"
     std::string description() const;
 
   private:
@@ -58,11 +61,11 @@ class Address {
 
 using AddressList = std::vector<std::shared_ptr<Address>>;
 
-// Whether `address` has the shape of an Internet address (local@domain), not an X.500 name.
-bool looksLikeInternetAddress(std::string_view address);
+/// Whether `address` has the shape of an Internet address (local@domain), not an X.500 name.
+QB_API bool looksLikeInternetAddress(std::string_view address);
 
-// The address to write or show for a person: the address itself when it is an Internet
-// address, else the SMTP address the message gives, else the address as it is.
-Address::Text internetAddress(const Address& address);
+/// The address to write or show for a person: the address itself when it is an Internet
+/// address, else the SMTP address the message gives, else the address as it is.
+QB_API Address::Text internetAddress(const Address& address);
 
 }  // namespace qb

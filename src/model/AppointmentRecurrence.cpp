@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Decoding the stored pattern with every count checked against the bytes left.
 #include "model/AppointmentRecurrence.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The recurrence of an appointment as Outlook stores it (PidLidAppointmentRecur): the
 // pattern, how it ends, the deleted and changed occurrences, and what each change changed.
 // Times in it are minutes since 1601-01-01 on the item's own wall clock.

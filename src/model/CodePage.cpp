@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The language and charset tables behind the choice, and the check that overrules a UTF-8
 // label when the stored 8-bit strings are not valid UTF-8.
 #include "model/CodePage.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which code page a message's 8-bit strings are in. Messages label them in several places,
 // and the label most readers trust (the internet code page) names the charset the message
 // travelled in, which is often a 7-bit one that cannot hold the stored bytes at all.

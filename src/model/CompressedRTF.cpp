@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // LZFu expansion over a 4096-byte window seeded with the fixed dictionary; output is capped
 // by what the input can produce, so a forged raw size allocates nothing extra.
 #include "model/CompressedRTF.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Compressed RTF, the form messages store their RTF body in: the model expands
 // PR_RTF_COMPRESSED values with it, and the rtf command checks a stream's CRC with it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Linear searches over the list, then the typed views of the first value.
 #include "model/MAPIArray.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The TNEF property-list parser: named-property headers, value counts cut to what the bytes
 // can hold, and every header and value charged to the input's work budget.
 #include "model/MAPIProp.h"

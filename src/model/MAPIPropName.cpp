@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // GUIDs in registry form and the description the dump command prints.
 #include "model/MAPIPropName.h"
 

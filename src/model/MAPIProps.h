@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Readable names of property tags, for the descriptions and the dump command only; nothing
 // reads a message by name.
 #pragma once

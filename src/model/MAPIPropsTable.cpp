@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The tag-to-name rows in their fixed order, with a hash index built on first use that keeps
 // the first name per tag.
 #include "model/MAPIProps.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The MAPI type table and the answers derived from it.
 #include "model/MAPITypes.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What each MAPI property type is: its name, the bytes one value takes when the size is
 // fixed, and whether a value carries its own length. The readers, the value decoder and the
 // dump all ask this one table.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Decoding per type: 8-bit text in the message's encoding, compressed RTF expanded, and
 // PT_OBJECT values opened as embedded messages through the owning reader's hook.
 #include "model/MAPIValue.h"

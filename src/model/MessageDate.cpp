@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The reader's own date first, then the submit and delivery time properties.
 #include "model/MessageDate.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The date a message was sent, wherever its reader keeps it.
 #pragma once
 

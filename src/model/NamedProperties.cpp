@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Matching by set and number, or by id when a property carries no name header; then the
 // typed views of the first value.
 #include "model/NamedProperties.h"

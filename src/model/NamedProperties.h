@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Named properties by their identity (property set and number), the way both readers can
 // answer: a .msg file numbers them 0x8000 + index and keeps (set, number) in its name map,
 // a TNEF stream carries (set, number) with each property. The exporters for meetings,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Checks the one-off provider id, then reads three terminated strings in 8-bit or UTF-16.
 #include "model/OneOffEntryID.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The one-off entry id (MS-OXCDATA 2.2.5.1): an address written out in full inside an entry
 // id, as messages store recipients and senders that are not in an address book.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Property types and the tags the readers, exporters and command line look up, as numbers
 // shared by every layer above the model.
 #pragma once
@@ -6,7 +7,7 @@
 
 namespace qb {
 
-// Property types (low 16 bits of a tag).
+/// Property types (low 16 bits of a tag).
 enum PropType : uint32_t {
     PT_UNSPECIFIED = 0x0000,
     PT_NULL = 0x0001,
@@ -39,7 +40,7 @@ constexpr uint32_t propType(uint32_t tag) {
     return tag & 0xFFFF;
 }
 
-// Tags the readers and the command line look up.
+/// Tags the readers and the command line look up.
 inline constexpr uint32_t PR_MESSAGE_CLASS = 0x001A001E;
 inline constexpr uint32_t PR_SUBJECT = 0x0037001E;
 inline constexpr uint32_t PR_CLIENT_SUBMIT_TIME = 0x00390040;
@@ -49,9 +50,9 @@ inline constexpr uint32_t PR_TNEF_CORRELATION_KEY = 0x007F0102;
 inline constexpr uint32_t PR_BODY = 0x1000001E;
 inline constexpr uint32_t PR_RTF_COMPRESSED = 0x10090102;
 inline constexpr uint32_t PR_BODY_HTML = 0x10130102;
-// The HTML body asked for as an 8-bit string (the TNEF writer's form).
+/// The HTML body asked for as an 8-bit string (the TNEF writer's form).
 inline constexpr uint32_t PR_BODY_HTML_STRING8 = 0x1013001E;
-// The attendee list string: a named property that TNEF streams number 0x8238.
+/// The attendee list string: a named property that TNEF streams number 0x8238.
 inline constexpr uint32_t PR_ATTENDEES_STRING8 = 0x8238001E;
 inline constexpr uint32_t PR_ATTACH_DATA_OBJ = 0x3701000D;
 inline constexpr uint32_t PR_ATTACH_DATA_BIN = 0x37010102;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where an SMTP address can come from when the address is an Exchange name: SMTP properties,
 // a one-off entry id, or a recipient with the same address.
 #include "model/Recipients.h"

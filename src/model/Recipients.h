@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Building the sender and recipient lists from property rows; the readers call these after
 // reading a message's recipient table.
 #pragma once

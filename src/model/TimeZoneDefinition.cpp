@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Decoding both stored zone forms, bounded by the bytes they hold.
 #include "model/TimeZoneDefinition.h"
 

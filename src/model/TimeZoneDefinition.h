@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The time zones stored with appointments: the registry form (one rule) and the definition
 // form (a Windows zone name and rules by year), decoded and turned into offsets, so that the
 // calendar exporter can write local times and VTIMEZONE blocks that match the stored instants.

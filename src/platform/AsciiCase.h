@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Case rules for protocol text (header names, charset labels, addresses, file extensions):
 // ASCII letters only, whatever the process locale says.
 #pragma once

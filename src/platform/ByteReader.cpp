@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The bounds-checked reads of ByteReader: the one place that turns file bytes into numbers.
 #include "platform/ByteReader.h"
 

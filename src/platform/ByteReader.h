@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Bounds-checked reading of file bytes: every reader of the project reads its input through
 // ByteReader (value by value) or ByteCursor (a whole record, checked once at its end).
 #pragma once

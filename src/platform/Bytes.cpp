@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Making buffers without copying (adopting a vector or a string) and cutting checked windows.
 #include "platform/Bytes.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What marks each container format, in one place: the readers that parse them, the writer
 // that makes compound files and the format sniffer that only looks all use these.
 #pragma once

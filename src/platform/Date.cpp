@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Calendar arithmetic in plain integers, with no time zone or C library involved, so far-off
 // dates from damaged files still convert without overflow.
 #include "platform/Date.h"

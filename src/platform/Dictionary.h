@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The dictionary type for metadata the exporters write, the outer headers a TNEF reader is
 // given and the command line's JSON output.
 #pragma once
@@ -6,8 +7,8 @@
 
 namespace qb {
 
-// Metadata and header dictionaries keep their keys in insertion order; dates inside them are
-// RFC 3339 strings.
+/// Metadata and header dictionaries keep their keys in insertion order; dates inside them are
+/// RFC 3339 strings.
 using Dictionary = nlohmann::ordered_json;
 
 }  // namespace qb

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One OpenSSL call per digest, over the buffer where it lies.
 #include "platform/Digest.h"
 #include "platform/HexDigits.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // SHA-256 and MD5 of bytes: attachment hashes in `info` and the export manifest, and the
 // string digests of mailkit.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Input files: regular files mapped, everything else read with a size limit. A mapped file
 // that shrinks under us would raise SIGBUS on the next page touched; a handler puts a page of
 // zeros in its place and counts the event, so the reader finishes and the caller reports it.

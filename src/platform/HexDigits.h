@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Hexadecimal digits both ways, for every reader and writer of hex text.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One process-wide table behind a mutex; a missing or empty translation falls back to the key.
 #include "platform/Localized.h"
 

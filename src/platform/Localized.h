@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Translatable user-facing texts (TNEF error descriptions, the front door's reasons).
 #pragma once
 

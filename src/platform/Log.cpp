@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The sink is process-wide and called under a lock, so lines from worker threads never mix.
 #include "platform/Log.h"
 

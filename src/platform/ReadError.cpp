@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The texts of a ReadError as a person reads them.
 #include "platform/ReadError.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The read report: warnings a reader records and the work budgets of one input.
 #include "platform/ReadReport.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The table of encodings we convert (code, Windows code page, IANA name, ICU converter) and
 // the ICU calls behind it; valid UTF-8 and UTF-16LE bypass ICU's converters.
 #include "platform/StringEncoding.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // libuuid for random UUIDs; SHA-1 over a namespace of our own for the name-based ones.
 #include "platform/UUID.h"
 

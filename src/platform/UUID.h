@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // UUIDs for MIME boundaries: random ones, and name-based ones so the same parts always get
 // the same boundary.
 #pragma once

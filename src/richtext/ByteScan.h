@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Looking at text eight bytes at a time for the few bytes that matter (the ones that end a
 // run of RTF text, or that a page must escape): long runs of ordinary characters pass in
 // a handful of instructions per word instead of a test per byte.

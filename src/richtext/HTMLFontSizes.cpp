@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Font-size arithmetic: CSS sizes raised in the text itself, HTML bodies through a libxml2 tree.
 #include "richtext/HTMLFontSizes.h"
 

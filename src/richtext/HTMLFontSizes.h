@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Font sizes in HTML bodies: what <font size> stands for, and bodies shown two points larger
 // (the HTML body exporter and the RTF exporter's HTML both use it).
 #pragma once

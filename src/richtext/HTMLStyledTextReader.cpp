@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // HTML read into styled text with libxml2's tolerant parser: the elements and inline
 // styles that say how text looks become run and paragraph attributes.
 #include "richtext/HTMLStyledTextReader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // HTML read into styled text: fonts, sizes, weights, colours, links, paragraphs, lists,
 // tables and images, as a page shows them.
 #pragma once

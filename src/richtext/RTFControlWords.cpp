@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Control words by number: a small open-addressed table, made once.
 #include "richtext/RTFControlWords.h"
 

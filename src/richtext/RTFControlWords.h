@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The control words the RTF reader acts on, known by number: a document has hundreds of
 // thousands of them, and one look-up names each instead of a string compare per word known.
 #pragma once

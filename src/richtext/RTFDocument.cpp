@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rewriting RTF with pictures into a directory document, and its HTML.
 #include "richtext/RTFDocument.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An RTF document with pictures rewritten as a rich-text directory document: the RTF as
 // "TXT.rtf" with each kept picture replaced by a "\NeXTGraphic" reference, and the picture
 // files beside it; its HTML carries the pictures as data: URIs.

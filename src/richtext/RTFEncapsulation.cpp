@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Recovering the HTML or plain text that rich text encapsulates.
 #include "richtext/RTFEncapsulation.h"
 

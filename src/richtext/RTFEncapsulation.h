@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rich text that carries another format: mail programs that turn an HTML or plain-text
 // message into RTF mark it "\fromhtml1" or "\fromtext" and keep the original inside, the
 // HTML tags in "\*\htmltag" groups and the RTF-only parts between "\htmlrtf" and

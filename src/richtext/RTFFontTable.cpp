@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The rich-text font table.
 #include "richtext/RTFFontTable.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The font table of rich text: each font's name, generic family and code page (from its
 // \fcharset), read from the tokens of the \fonttbl group.
 #pragma once

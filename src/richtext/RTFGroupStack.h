@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The group bookkeeping both RTF readers share: the states saved at each "{" (to a bounded
 // depth), the marks of a group's first token ("{\*\dest" opens an optional destination) and
 // the substitute bytes a \uN still has to skip.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Locating and classifying the picture groups of an RTF document.
 #include "richtext/RTFPicture.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One picture group of an RTF document found by scanning its text: where the group begins
 // and ends, where its binary bytes lie, its kind and rank, and its goal size.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Pictures of rich text: kinds, sizes, hex and binary data, bitmaps made into BMP files.
 #include "richtext/RTFPictureData.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One picture of rich text as the reader meets it: its kind, its goal size and its bytes
 // (hex digits or binary data), made into an image a page can show.
 #pragma once

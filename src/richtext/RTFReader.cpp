@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The RTF reader: tokens to styled text, with fonts and their code pages, colours,
 // paragraphs, tables, fields, list markers and pictures.
 #include "richtext/RTFReader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The RTF reader: rich text into styled text. Tolerant and bounded: unknown destinations
 // are skipped, unbalanced braces and cut-off input end with what was read, nesting deeper
 // than a fixed limit is skipped.

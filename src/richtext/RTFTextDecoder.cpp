@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rich-text characters: charsets to code pages, 8-bit text decoding and \uN values.
 #include "richtext/RTFTextDecoder.h"
 

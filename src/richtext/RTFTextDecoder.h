@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Text of rich text in the right characters: 8-bit bytes collected in the code page of the
 // current font and decoded together (so the lead and trail bytes of Asian code pages form
 // one character), and \uN characters with their surrogate halves joined.

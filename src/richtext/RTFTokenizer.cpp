@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The rich-text tokenizer.
 #include "richtext/RTFTokenizer.h"
 #include "platform/HexDigits.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The lexical layer of rich text: groups, control words and symbols, hex bytes, text and
 // binary data, read without copying. The RTF reader and the HTML de-encapsulation share it.
 #pragma once

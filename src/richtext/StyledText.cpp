@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Styled text: the font-size step and the plain text of a document.
 #include "richtext/StyledText.h"
 

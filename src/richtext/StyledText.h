@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Styled text: the document model between the rich-text readers (RTF, HTML) and writers
 // (HTML, RTF). Paragraphs of runs with character attributes, tables of cells, and images.
 #pragma once

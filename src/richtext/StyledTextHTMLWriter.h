@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Styled text written as one complete UTF-8 HTML document: paragraphs, spans with inline
 // styles, links, tables, list markers and images.
 #pragma once

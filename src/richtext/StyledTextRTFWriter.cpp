@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The RTF writer of styled text.
 #include "richtext/StyledTextRTFWriter.h"
 

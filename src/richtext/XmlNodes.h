@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Small helpers over libxml2's tree shared by the HTML readers of this folder.
 #pragma once
 

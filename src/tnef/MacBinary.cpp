@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Header checks loose enough for old writers (no CRC compared), fork lengths checked against
 // the data before the window is cut.
 #include "tnef/MacBinary.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Unwrapping MacBinary: attachments sent from Macs may carry their file wrapped this way, and
 // TNEFAttachment hands out the data fork instead.
 #pragma once

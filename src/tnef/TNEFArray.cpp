@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A linear search by id and type; the first match wins.
 #include "tnef/TNEFArray.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where a name and content come from, in order of trust: properties, then TNEF attributes,
 // then the owning message; OLE objects give their CONTENTS stream, MacBinary its data fork.
 #include "tnef/TNEFAttachment.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The attachment of the message model, made by both readers; the exporters take names, types
 // and content from it.
 #pragma once
@@ -9,16 +10,17 @@
 
 #include "model/MAPIProp.h"
 #include "model/OutlookMessage.h"
+#include "platform/Export.h"
 #include "tnef/TNEFAttachmentRendData.h"
 #include "tnef/TNEFAttr.h"
 
 namespace qb {
 
-// One attachment of a message. The TNEF reader makes one from each group of
-// attachment-level attributes (led by attAttachRenddata); the .msg reader from an
-// attachment's property list. Names, types, content and nested message are derived on
-// first use and kept; the setters replace what was kept.
-class TNEFAttachment {
+/// One attachment of a message. The TNEF reader makes one from each group of
+/// attachment-level attributes (led by attAttachRenddata); the .msg reader from an
+/// attachment's property list. Names, types, content and nested message are derived on
+/// first use and kept; the setters replace what was kept.
+class QB_API TNEFAttachment {
   public:
     TNEFAttachment(TNEFAttrList attributes, const std::shared_ptr<const OutlookMessage>& message);
     TNEFAttachment(MAPIPropList props, std::shared_ptr<OutlookMessage> nestedMessage,
@@ -28,13 +30,13 @@ class TNEFAttachment {
     std::shared_ptr<const OutlookMessage> message() const { return message_.lock(); }
     const std::optional<TNEFAttachmentRendData>& rendData() const { return rendData_; }
 
-    // The attAttachment property list; nothing without that attribute (asked again next time).
+    /// The attAttachment property list; nothing without that attribute (asked again next time).
     const MAPIPropList* mapiprops() const;
     std::optional<std::string> filename() const;
     std::optional<std::string> mimeType() const;
     std::optional<std::string> contentId() const;
     std::optional<std::string> contentLocation() const;
-    // The content bytes, unwrapped from MacBinary when the attachment says it is wrapped.
+    /// The content bytes, unwrapped from MacBinary when the attachment says it is wrapped.
     std::optional<Bytes> rawData() const;
     std::shared_ptr<OutlookMessage> nestedMessage() const;
 
@@ -45,12 +47,12 @@ class TNEFAttachment {
     void setRawData(std::optional<Bytes> v);
     void setNestedMessage(std::shared_ptr<OutlookMessage> v);
 
-    // The data fork of `content` when PR_ATTACH_ENCODING names MacBinary; else nothing.
+    /// The data fork of `content` when PR_ATTACH_ENCODING names MacBinary; else nothing.
     std::optional<Bytes> decodeMacBinary(const Bytes& content) const;
 
   private:
     template <typename T>
-    using Kept = std::optional<T>;  // empty: not computed yet
+    using Kept = std::optional<T>;  ///< empty: not computed yet
 
     std::optional<std::string> computeFilename() const;
     std::optional<Bytes> computeRawData() const;

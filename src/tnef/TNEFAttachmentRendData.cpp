@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The description the dump command and attribute descriptions print.
 #include "tnef/TNEFAttachmentRendData.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Decoding by record id, then by type: property lists and recipient tables bounded by the
 // stream, addresses from "TYPE:address" strings, text in the message's code page.
 #include "tnef/TNEFAttr.h"

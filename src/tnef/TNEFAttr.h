@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One record of a TNEF stream, decoded by type; the TNEF reader makes them, and the dump
 // command and attribute lookups read them.
 #pragma once
@@ -12,13 +13,14 @@
 #include "model/MAPIProp.h"
 #include "platform/Bytes.h"
 #include "platform/Date.h"
+#include "platform/Export.h"
 #include "tnef/TNEFAttachmentRendData.h"
 
 namespace qb {
 
 class TNEFMessage;
 
-// Attribute types (high half of a TNEF attribute tag).
+/// Attribute types (high half of a TNEF attribute tag).
 enum TNEFAttrType : uint32_t {
     atpTriples = 0,
     atpString = 1,
@@ -32,7 +34,7 @@ enum TNEFAttrType : uint32_t {
     atpMax = 9,
 };
 
-// Attribute ids (low half of a tag) the readers look for.
+/// Attribute ids (low half of a tag) the readers look for.
 enum TNEFAttrId : uint32_t {
     attOwner = 0x0000,
     attSentFor = 0x0001,
@@ -57,11 +59,11 @@ using TNEFAttrValue =
     std::variant<std::monostate, std::string, Date, uint16_t, uint32_t, Bytes,
                  std::shared_ptr<Address>, TNEFAttachmentRendData, MAPIPropList, RecipientRows>;
 
-// One attribute record of a TNEF stream, its value decoded when it is read.
-class TNEFAttr {
+/// One attribute record of a TNEF stream, its value decoded when it is read.
+class QB_API TNEFAttr {
   public:
-    // Decodes the record whose data is [location, location + length) of `data`, with the
-    // message's encoding as it stands now.
+    /// Decodes the record whose data is [location, location + length) of `data`, with the
+    /// message's encoding as it stands now.
     TNEFAttr(const std::shared_ptr<const TNEFMessage>& message, const Bytes& data, size_t location,
              int32_t level, uint32_t type, uint32_t name, uint32_t length);
 
@@ -71,17 +73,17 @@ class TNEFAttr {
     uint32_t name() const { return name_; }
     uint32_t length() const { return length_; }
     size_t dataOffset() const { return location_; }
-    // The record's data bytes (a window onto the stream).
+    /// The record's data bytes (a window onto the stream).
     Bytes rawData() const { return data_.slice(location_, length_); }
     const TNEFAttrValue& value() const { return value_; }
 
-    // Decodes a text-bearing record again with the message's encoding as it stands now: the
-    // code page of a stream's strings is only known once its property list has been read.
+    /// Decodes a text-bearing record again with the message's encoding as it stands now: the
+    /// code page of a stream's strings is only known once its property list has been read.
     void decodeTextAgain();
 
     std::string nameString() const;
     std::string typeString() const;
-    // "<TNEFAttr: 0x…>{name = attSubject, type = atpString, value = Hello}"
+    /// "<TNEFAttr: 0x…>{name = attSubject, type = atpString, value = Hello}"
     std::string description() const;
 
   private:
@@ -97,10 +99,10 @@ class TNEFAttr {
     TNEFAttrValue value_;
 };
 
-const char* tnefAttrTypeName(uint32_t type);
-std::string tnefAttrName(uint32_t id, uint32_t type);
+QB_API const char* tnefAttrTypeName(uint32_t type);
+QB_API std::string tnefAttrName(uint32_t id, uint32_t type);
 
-// Short text for an attribute value, as descriptions print it.
-std::string describeTNEFAttrValue(const TNEFAttrValue& value);
+/// Short text for an attribute value, as descriptions print it.
+QB_API std::string describeTNEFAttrValue(const TNEFAttrValue& value);
 
 }  // namespace qb

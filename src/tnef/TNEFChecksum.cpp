@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A plain byte sum, truncated to 16 bits.
 #include "tnef/TNEFChecksum.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The per-record checksum the TNEF reader checks when checksums are not ignored.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The user-facing texts for each code, looked up in the library's string table.
 #include "tnef/TNEFError.h"
 

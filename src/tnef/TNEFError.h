@@ -1,7 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
 // The TNEF reader's own error values; the front door turns them into its ReadError.
 #pragma once
 
 #include <string>
+
+#include "platform/Export.h"
 
 namespace qb {
 
@@ -13,13 +16,13 @@ enum TNEFErrorCode {
     kTNEFErrorTruncated = 4,     // a record runs past the end of the data
 };
 
-struct TNEFError {
+struct QB_API TNEFError {
     std::string domain;
     int code = 0;
     std::string description;
 };
 
-// The error for `code`, its description from the library's string table.
-TNEFError makeTNEFError(TNEFErrorCode code);
+/// The error for `code`, its description from the library's string table.
+QB_API TNEFError makeTNEFError(TNEFErrorCode code);
 
 }  // namespace qb

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The record loop: a stream found inside other data, attachment groups split at their
 // rendering record, and records decoded again once the code page is known.
 #include "tnef/TNEFMessage.h"

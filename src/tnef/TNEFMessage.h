@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The TNEF reader: turns a winmail.dat stream into an OutlookMessage, attachments grouped and
 // fields derived; the exporters, the front door and the command line read it.
 #pragma once
@@ -9,6 +10,7 @@
 
 #include "model/OutlookMessage.h"
 #include "platform/Dictionary.h"
+#include "platform/Export.h"
 #include "platform/Lazy.h"
 #include "tnef/TNEFAttachment.h"
 #include "tnef/TNEFAttr.h"
@@ -16,18 +18,18 @@
 
 namespace qb {
 
-// A TNEF stream (winmail.dat) read into the message model. Everything is parsed in
-// create(); derived fields are computed on first use and kept.
-class TNEFMessage : public OutlookMessage {
+/// A TNEF stream (winmail.dat) read into the message model. Everything is parsed in
+/// create(); derived fields are computed on first use and kept.
+class QB_API TNEFMessage : public OutlookMessage {
   public:
-    // Embedded messages nest at most this deep; deeper ones are not opened.
+    /// Embedded messages nest at most this deep; deeper ones are not opened.
     static constexpr int kMaxDepth = 64;
 
-    // Nothing for empty or unrecognised data (with `error` set). A stream that breaks off
-    // still yields the message read so far; a truncated record also sets `error`.
+    /// Nothing for empty or unrecognised data (with `error` set). A stream that breaks off
+    /// still yields the message read so far; a truncated record also sets `error`.
     static std::shared_ptr<TNEFMessage> create(Bytes data, const Dictionary* mimeMessageHeaders,
                                                bool ignoreChecksum, TNEFError* error = nullptr);
-    // Checksums are ignored unless a caller asks for them.
+    /// Checksums are ignored unless a caller asks for them.
     static std::shared_ptr<TNEFMessage> create(Bytes data,
                                                const Dictionary* mimeMessageHeaders = nullptr,
                                                TNEFError* error = nullptr) {
@@ -40,14 +42,14 @@ class TNEFMessage : public OutlookMessage {
     }
     int depth() const { return depth_; }
 
-    // The next record at `location`, moving `location` past it; nothing at the end, on a bad
-    // level or checksum, or when the record is cut off (then with `error` set).
+    /// The next record at `location`, moving `location` past it; nothing at the end, on a bad
+    /// level or checksum, or when the record is cut off (then with `error` set).
     std::shared_ptr<TNEFAttr> readTNEFAttr(size_t& location, TNEFError* error);
-    // The code page of the 8-bit strings, from the property list's labels and the stream's
-    // attOemCodepage (see model/CodePage.h).
+    /// The code page of the 8-bit strings, from the property list's labels and the stream's
+    /// attOemCodepage (see model/CodePage.h).
     void processEncoding(const MAPIPropList* props);
 
-    // OutlookMessage
+    /// OutlookMessage
     bool ignoreChecksum() const override { return ignoreChecksum_; }
     StringEncoding encoding() const override { return encoding_; }
     const TNEFAttrList& attributes() const override { return attributes_; }
@@ -67,7 +69,7 @@ class TNEFMessage : public OutlookMessage {
     ValueLayout valueLayout() const override { return ValueLayout::CountedInStream; }
     std::shared_ptr<OutlookMessage> openEmbeddedMessage(const Bytes& data) const override;
 
-    // `report` is the one of the message this one is nested in; a new one when null.
+    /// `report` is the one of the message this one is nested in; a new one when null.
     TNEFMessage(Bytes data, const Dictionary* mimeMessageHeaders, bool ignoreChecksum, int depth,
                 std::shared_ptr<ReadReport> report = nullptr);
 
@@ -75,7 +77,7 @@ class TNEFMessage : public OutlookMessage {
     bool read(TNEFError* error);
     std::shared_ptr<const TNEFMessage> self() const;
 
-    // Message fields, in the order create() derives them.
+    /// Message fields, in the order create() derives them.
     void parseMessageHeaders();
     void parseSender();
     void findSender();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The message fields of a TNEF stream: sender, recipients, subject, date, class and
 // correlator, and their replacement by the enclosing MIME message's headers.
 #include "model/MAPIArray.h"

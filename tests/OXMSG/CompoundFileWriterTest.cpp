@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The compound-file writer: what it writes reads back whole through the reader (names, CLSIDs,
 // every stream byte) at every size class, its sibling trees are valid red-black trees in
 // directory order, and trees it cannot write are refused with a reason.

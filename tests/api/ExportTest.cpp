@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The front door's exports: a folder per message written safely, and the whole .eml.
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,8 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
 // The front door: format by content, reasons with places, and warnings where reading stopped.
 #include "api/OpenMessage.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
 
 #include "OXMSG/OXMessage.h"
 #include "OXMSG/cfb/CFBEntry.h"
@@ -11,6 +16,7 @@
 #include "support/MsgWriter.h"
 #include "support/SampleMessages.h"
 #include "support/TNEFWriter.h"
+#include "support/TestFolder.h"
 #include "tnef/TNEFError.h"
 #include "tnef/TNEFMessage.h"
 
@@ -46,6 +52,37 @@ TEST(OpenMessage, TellsFormatsByContent) {
     auto embedded = openMessage(bytesOf("MIME junk before\r\n" + test::sampleWinmail()));
     ASSERT_TRUE(embedded);
     EXPECT_EQ(embedded->format, MessageFormat::TNEF);
+}
+
+TEST(OpenMessage, FromAFileByPathWhateverItsName) {
+    const auto dir = test::makeTestFolder("open-message-file");
+    auto write = [&](const std::string& name, const std::string& bytes) {
+        std::ofstream(dir / name, std::ios::binary) << bytes;
+        return (dir / name).string();
+    };
+    // The names say the opposite of the content: content decides.
+    auto msg = openMessageFile(write("winmail.dat", smallMsg()));
+    ASSERT_TRUE(msg);
+    EXPECT_EQ(msg->format, MessageFormat::MSG);
+    EXPECT_EQ(msg->message->subject(), "hello");
+    auto tnef = openMessageFile(write("mail.msg", test::sampleWinmail()));
+    ASSERT_TRUE(tnef);
+    EXPECT_EQ(tnef->format, MessageFormat::TNEF);
+    EXPECT_EQ(tnef->message->subject(),
+              openMessage(bytesOf(test::sampleWinmail()))->message->subject());
+
+    const std::string missing = (dir / "missing.dat").string();
+    auto none = openMessageFile(missing);
+    ASSERT_FALSE(none);
+    EXPECT_EQ(none.error().domain, "POSIX");
+    EXPECT_EQ(none.error().code, ENOENT);
+    const std::string empty = write("empty.dat", "");
+    auto nothing = openMessageFile(empty);
+    ASSERT_FALSE(nothing);
+    EXPECT_EQ(nothing.error().domain, kTNEFErrorDomain);
+    EXPECT_EQ(nothing.error().code, 3);
+    EXPECT_THAT(nothing.error().message(empty), HasSubstr(empty));
+    std::filesystem::remove_all(dir);
 }
 
 TEST(OpenMessage, FailuresCarryDomainCodeAndPlace) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs the quillbox executable as a user would, on files the tests write.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

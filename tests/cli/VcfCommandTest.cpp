@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // quillbox vcf, run as a user would: the card of a contact in either version, and a clear
 // failure for anything that is not a contact or list.
 #include <gmock/gmock.h>

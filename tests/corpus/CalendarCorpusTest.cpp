@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every calendar item of the shared corpus (top-level or attached) as an .ics file, read back
 // by Python's icalendar package (tests/corpus/check_ics.py) and checked against the item's own
 // start, end, all-day flag and recurrence pattern. Skipped without the corpus or the package.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Damaged real files are read in part and say where; good ones read whole. Copies of good files
 // cut short say so too.
 #include <gmock/gmock.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Exports every TNEF and .msg file of the shared corpus: attachments, extraction folders
 // and whole messages as .eml, read back by Python's email package and compared with the
 // .eml files a peer tool wrote. Skipped when the corpus is not beside the checkout.

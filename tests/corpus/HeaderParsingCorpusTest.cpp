@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The From, To and Cc lines of every transport header block in the .msg corpus, parsed by
 // our scanner and by Python's standard email.headerregistry: the mailboxes must agree.
 // Skipped without the corpus or without python3.

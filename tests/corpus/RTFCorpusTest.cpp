@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The RTF bodies of the shared corpus made readable: each gives a page whose words are the
 // words Outlook wrote into the plain body (or whose text starts as Outlook's own record of
 // the body says), and RTF made from HTML gives back the sender's HTML.

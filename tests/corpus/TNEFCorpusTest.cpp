@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads every TNEF file of the shared corpus and compares with what peer tools report.
 // Skipped when the corpus is not beside the checkout.
 #include <gtest/gtest.h>

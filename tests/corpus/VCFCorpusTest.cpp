@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every contact and distribution list in the corpus, as cards of both versions, read back by
 // Python's vobject with the names, numbers, addresses and postal address the item holds.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Reads every NAME.ics in a folder with Python's icalendar package and checks it against
 NAME.json (what the item itself says): the file parses, every component is valid as
 icalendar defines it, DTSTART/DTEND converted to UTC through the file's own VTIMEZONE are

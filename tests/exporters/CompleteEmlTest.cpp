@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The .eml of a .msg carries what the message knows: its date, its thread fields, SMTP
 // addresses for Exchange senders and recipients, content ids with the body's pictures inline,
 // and the same bytes on every run.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The scan that keeps bodies too deep for the HTML step away from it.
 #include <gtest/gtest.h>
 

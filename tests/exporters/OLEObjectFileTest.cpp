@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An OLE object that a .msg keeps as a storage of its own (no Ole10Native, no Package stream)
 // is exported as a compound file holding that storage, its CLSID on the new root.
 #include <gtest/gtest.h>

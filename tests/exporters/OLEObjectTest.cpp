@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Attachments that are embedded OLE objects without a CONTENTS stream: the packaged file of
 // an Ole10Native stream (its reader first), a Package stream, a whole compound file.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Contact cards and distribution lists: the 2.1 lines in their order with their sources, the
 // file name, list members from one-off entry ids (hostile ones too), the additions address
 // books read, and the 4.0 form.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Contacts inside the message exporter: a contact is no message, its card is one of its
 // exports (a file of extract, a part of its .eml), and a contact attached to a message is
 // exported as its card.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Cards read back by Python's vobject: 8-bit contacts in their own script, the photo, and the
 // 4.0 form.
 #include <gtest/gtest.h>

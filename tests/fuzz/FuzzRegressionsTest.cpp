@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every minimised fuzz finding kept in tests/data/fuzz-regressions/<target>/ runs through the
 // body of the fuzz target that found it (tests/support/FuzzTargets), so a finding once fixed
 // stays fixed in the normal and the sanitizer build.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Crafted inputs that would make a careless reader or exporter do huge work: every command
 // finishes under memory and CPU limits with a clear status, and the work grows at most in
 // proportion to the input.

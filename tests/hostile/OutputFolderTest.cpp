@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // extract in hostile surroundings: the output folder swapped for a link, an interrupted run,
 // a disk that fills up, names Windows reserves.
 #include <gmock/gmock.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // quillbox runs under resource limits for the hostile-input tests.
 #include "hostile/RunLimited.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Arbitrary input to every decoder and parser of the toolkit: no crash, no hang, and (in the
 // sanitizer build) no read out of bounds.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which code page a message's 8-bit strings are read in: the labels in their order of trust,
 // the locale table, the Windows counterparts of 7-bit labels, and the UTF-8 check; then
 // whole messages of both formats whose strings only decode right by these rules.

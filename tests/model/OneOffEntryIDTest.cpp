@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One-off entry ids: 8-bit and Unicode forms, SMTP and other address types, and ids that
 // are cut short or belong to another provider.
 #include <gtest/gtest.h>

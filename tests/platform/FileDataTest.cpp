@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading inputs: a mapped file that shrinks under the reader, pipes read to a limit.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The read report: warnings, the partial flag and the work budgets of one input.
 #include <gtest/gtest.h>
 

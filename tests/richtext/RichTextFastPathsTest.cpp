@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The quick paths of rich text (word-at-a-time scanning, hex digits decoded in one piece,
 // shared looks, cached tags) against the plain rules they stand for.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Calendar items for tests: the stored time-zone and recurrence structures as bytes, and

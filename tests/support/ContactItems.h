@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Property records of contacts and distribution lists for TNEF items built in tests: their
 // named properties carry the address property set and their number.
 #pragma once

@@ -1,9 +1,11 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "support/FuzzTargets.h"
 
 #include <algorithm>
 #include <string>
 
 #include "OXMSG/OXMessage.h"
+#include "OXMSG/cfb/CFBEntry.h"
 #include "OXMSG/cfb/CompoundFileCopy.h"
 #include "exporters/CalendarRecurrence.h"
 #include "exporters/CalendarTimeZone.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // The bodies of the fuzz targets, one function per target, so that the fuzzers and the test

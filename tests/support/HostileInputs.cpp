@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Builders of the hostile inputs: TNEF streams and compound files made in code.
 #include "support/HostileInputs.h"
 

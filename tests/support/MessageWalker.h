@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Asks a message for everything it can give, nested messages included, so that every lazy

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What Python's vobject reads in vCard text: an independent check of the cards we write.
 #pragma once
 

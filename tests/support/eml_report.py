@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Reads .eml files with Python's standard email package and reports what it sees.
 
 usage: eml_report.py OUT.json FILE.eml...

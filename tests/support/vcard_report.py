@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Reads vCard files with vobject and reports what it sees.
 
 usage: vcard_report.py OUT.json FILE.vcf...

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Damaged input of every kind is read without a crash, a hang or a read out of bounds
 // (the sanitizer build checks the last).
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opening with the reason for a refusal, children and stream data made once and kept, and
 // warnings for streams cut short or left unread.
 #include "OXMSG/cfb/CFBEntry.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The compound file as a tree of entries: what the .msg reader, the model's embedded objects,
 // format detection and the OLE exporters walk and read streams from.
 #pragma once

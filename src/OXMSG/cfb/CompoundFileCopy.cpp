@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A guarded walk below the storage: each entry taken once, nesting capped, and the streams
 // together held to the size of the input.
 #include "OXMSG/cfb/CompoundFileCopy.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A storage of a compound file read back as a tree to write again: how an OLE object that a
 // .msg keeps as one of its storages becomes a file of its own.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The compound-file writer: directory entries numbered in tree order, then one pass that lays
 // out every sector (FAT, DIFAT, directory, mini FAT, mini stream, big streams) in that order.
 #include "OXMSG/cfb/CompoundFileWriter.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes compound files (OLE2 structured storage) from a tree of storages and streams. The
 // exporters use it to hand out an OLE object that a .msg keeps as one of its own storages.
 #pragma once

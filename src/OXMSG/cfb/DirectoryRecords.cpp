@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finds an entry's 128 bytes by following the directory's sector chain again, and decodes
 // the full UTF-16 name and the CLSID from them.
 #include "OXMSG/cfb/DirectoryRecords.h"

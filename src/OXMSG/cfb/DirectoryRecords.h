@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the directory reader leaves out of an entry, read again from its 128 bytes: the whole
 // UTF-16 name (a leading control character included) and the CLSID. Copying a storage needs
 // both to write it out as it was.

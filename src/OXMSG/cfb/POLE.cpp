@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The hard part is distrust: FAT and DIFAT chains cut at loops and the file's end, the
 // directory walked with visited marks, and streams copied only within the input's budget.
 #include "OXMSG/cfb/POLE.h"

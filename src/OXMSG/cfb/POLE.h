@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The compound-file reader at the bottom of the .msg path: sectors, allocation tables and the
 // directory tree of an input held in memory. CFBEntry is the face the layers above use.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads, put-back and bounded seeks over the span; nothing is copied or buffered.
 #include "OXMSG/cfb/byte_array_buffer.h"
 

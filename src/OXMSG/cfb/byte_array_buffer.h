@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A std::streambuf over bytes in memory, for code that wants to read a buffer as an istream.
 #pragma once
 
