@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The icons module's reading of shared-mime-info's globs2 and generic-icons files.
 // The body lives in tests/support/FuzzTargets.cpp, where the test that replays findings runs it
 // too.

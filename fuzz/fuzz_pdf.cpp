@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The PDF first-page picture (the PDF module, loaded as quillbox loads it) on any bytes.
 // The body lives in tests/support/FuzzTargets.cpp, where the test that replays findings runs it
 // too.

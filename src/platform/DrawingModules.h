@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The C function tables the loadable drawing modules (file icons, PDF pages) export. Plain C
 // types only: the library and a module built apart must agree across the dlopen boundary.
 #pragma once

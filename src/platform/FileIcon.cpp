@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // File icons through the icons module, kept per media type.
 #include "platform/FileIcon.h"
 

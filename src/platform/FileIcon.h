@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // File icons for attachments: the desktop's icon for a file name's type, drawn by the icons
 // module, which is loaded on first use.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Takes a buffer a drawing module returned into Bytes, handing it back to the module when the
 // last window onto it goes.
 #pragma once

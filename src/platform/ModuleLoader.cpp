@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finds and opens the loadable drawing modules.
 #include "platform/ModuleLoader.h"
 

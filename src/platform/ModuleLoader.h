@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finds and opens the loadable drawing modules (dlopen) on first use, so that processes which
 // never draw do not pay for loading cairo, pango or poppler.
 #pragma once

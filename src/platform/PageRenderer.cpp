@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // PDF first pages through the PDF module.
 #include "platform/PageRenderer.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The first page of a PDF as a picture, drawn by the PDF module (poppler, GPL) when the build
 // has it; the library itself links no GPL code.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // File icons drawn by the icons module: real 128 x 128 PNGs, one per type, kept, the name
 // drawn under the small icon, and safe from several threads.
 #include "platform/FileIcon.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The MIME data the icons module reads: tolerant parsing of globs2 and generic-icons, and the
 // order in which globs decide a name's type.
 #include "modules/icons/MimeDatabase.h"

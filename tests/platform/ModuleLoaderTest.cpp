@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finding the drawing modules: the search path, and every way a folder can fail to give one.
 #include "platform/ModuleLoader.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading back PNG headers and pixels in tests.
 #include "PNGCheck.h"
 

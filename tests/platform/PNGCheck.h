@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 // Reading back the PNGs the drawing modules make: the header fields by hand (signature, IHDR),

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The first page of a PDF as a picture: documents written here by hand, rendered by the PDF
 // module when the build has it.
 #include "platform/PageRenderer.h"

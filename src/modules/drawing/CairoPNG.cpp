@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // PNG encoding of a cairo surface into a malloc'd buffer.
 #include "modules/drawing/CairoPNG.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // PNG encoding of a cairo surface into a malloc'd buffer: the form in which the drawing modules
 // hand pictures back to the library.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Drawing the type icon and the icon with its file name.
 #include "modules/icons/IconDrawing.h"
 

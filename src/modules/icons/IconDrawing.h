@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The two pictures of the icons module: a type icon filling 128 x 128, and the icon in 64 px
 // with a file name centred under it (pango, "Sans 12", wrapped by words).
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The icons module's entry point: its C function table over the MIME data, the theme and the
 // drawing.
 #include <cstring>

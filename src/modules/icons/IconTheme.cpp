@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finding and loading a theme's mimetype icons.
 #include "modules/icons/IconTheme.h"
 

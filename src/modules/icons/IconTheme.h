@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Icons of a freedesktop icon theme (Adwaita), found by name among its mimetypes folders and
 // loaded once: the scalable SVG when there is one, else the largest PNG.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // shared-mime-info's globs2 and generic-icons, read once and looked up by file name.
 #include "modules/icons/MimeDatabase.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The shared-mime-info data the icons need: file-name globs to media types (globs2) and the
 // generic icon of each type (generic-icons), read from their text files once.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rendering a PDF's first page with poppler's page renderer.
 #include "modules/pdf/FirstPage.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The first page of a PDF rendered with poppler into a cairo surface, at most a given width.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The PDF module's entry point: its C function table over the first-page renderer. This module
 // links poppler and so is GPL-2.0-or-later; the library loads it only when it is installed.
 #include <poppler-global.h>
