@@ -8,8 +8,8 @@
 
 #include "mailkit/Base64.h"
 #include "mailkit/HTMLEntities.h"
-#include "platform/HexDigits.h"
 #include "platform/AsciiCase.h"
+#include "platform/HexDigits.h"
 
 namespace qb {
 
@@ -282,6 +282,39 @@ std::optional<std::string> quotedPrintableStringForPlainTextBody(std::string_vie
     std::string last(std::string_view(escaped).substr(start));
     if (!last.empty() && last.back() == ' ') last += '=';
     emit(last);
+    return out;
+}
+
+std::string quotedPrintableDecodedBytes(std::string_view in) {
+    std::string out;
+    out.reserve(in.size());
+    for (size_t i = 0; i < in.size(); ++i) {
+        const char c = in[i];
+        if (c != '=') {
+            out += c;
+            continue;
+        }
+        // A soft break: "=", optional white space, then the line end.
+        size_t j = i + 1;
+        while (j < in.size() && (in[j] == ' ' || in[j] == '\t'))
+            ++j;
+        if (j < in.size() && (in[j] == '\r' || in[j] == '\n')) {
+            i = (in[j] == '\r' && j + 1 < in.size() && in[j + 1] == '\n') ? j + 1 : j;
+            continue;
+        }
+        if (j == in.size()) {
+            i = j - 1;
+            continue;
+        }
+        const int hi = i + 2 < in.size() ? hexDigitValue(in[i + 1]) : -1;
+        const int lo = hi >= 0 ? hexDigitValue(in[i + 2]) : -1;
+        if (lo < 0) {
+            out += c;
+            continue;
+        }
+        out += static_cast<char>(hi << 4 | lo);
+        i += 2;
+    }
     return out;
 }
 

@@ -50,6 +50,11 @@ std::optional<std::string> htmlEncodedStringFromQuotedPrintableString(std::strin
 std::optional<std::string> decodedQuotedPrintableString(std::string_view bytes,
                                                         StringEncoding encoding);
 
+// Quoted-printable bytes decoded to bytes, for bodies of any charset: soft breaks ("=" at a
+// line end, CR LF or LF) vanish and each "=XY" (either case) becomes its byte; an "=" that
+// starts no escape is kept as it stands.
+std::string quotedPrintableDecodedBytes(std::string_view bytes);
+
 // URL percent-escaping of the text's bytes in `encoding`: letters, digits and
 // -_.!~*'();/?:@&=+$,# stay, every other byte becomes %XX. Nothing when the text does not
 // convert.

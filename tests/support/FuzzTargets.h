@@ -22,6 +22,7 @@ bool fuzzExport(const Bytes& input);    // the exporters on whatever the readers
 bool fuzzRecords(const Bytes& input);   // one-off entry ids, packaged files
 bool fuzzCalendar(const Bytes& input);  // stored time zones and recurrences, as iCalendar lines
 bool fuzzVCF(const Bytes& input);       // distribution-list members and contact cards
+bool fuzzMime(const Bytes& input);      // MIME part trees read from data, and their pages
 
 // Every target's name ("fuzz_tnef", ...), as the fuzz binaries and the findings' folders are
 // called.
