@@ -7,6 +7,8 @@ if [[ "${QB_SANITIZE:-0}" == 1 ]]; then dir=build-asan; else dir=build; fi
 scripts/build.sh "$dir"
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:strict_string_checks=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+# What the system libraries of the drawing modules keep for the life of the process.
+export LSAN_OPTIONS=suppressions=$PWD/tests/lsan.supp
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 status=0

@@ -26,7 +26,9 @@
 #include "model/CompressedRTF.h"
 #include "model/OneOffEntryID.h"
 #include "model/TimeZoneDefinition.h"
+#include "modules/icons/MimeDatabase.h"
 #include "platform/ByteReader.h"
+#include "platform/PageRenderer.h"
 #include "richtext/HTMLFontSizes.h"
 #include "richtext/HTMLStyledTextReader.h"
 #include "richtext/RTFDocument.h"
@@ -306,6 +308,34 @@ bool fuzzVCF(const Bytes& input) {
     return true;
 }
 
+bool fuzzMimeGlobs(const Bytes& input) {
+    // The globs file up to the first NUL byte, the generic icons after it.
+    std::string_view text = input.view();
+    size_t nul = text.find('\0');
+    std::string_view globs = text.substr(0, nul);
+    std::string_view generic = nul == std::string_view::npos ? "" : text.substr(nul + 1);
+    auto db = MimeDatabase::parse(globs, generic);
+    std::string tail(text.substr(text.size() - std::min<size_t>(text.size(), 24)));
+    for (std::string_view name :
+         {std::string_view("a.pdf"), std::string_view("Makefile"), std::string_view("x.tar.gz"),
+          std::string_view("lib.so.1"), std::string_view(tail)}) {
+        std::string type = db.mediaType(name);
+        if (type.find('/') == std::string::npos) return false;
+        if (db.genericIcon(type).find('/') != std::string::npos) return false;
+    }
+    return true;
+}
+
+bool fuzzPDFPage(const Bytes& input) {
+    for (int maxWidth : {500, 37}) {
+        auto page = renderFirstPDFPage(input, maxWidth);
+        if (page && (page->width <= 0 || page->width > maxWidth || page->height <= 0 ||
+                     page->png.size() < 8 || page->png.view().substr(1, 3) != "PNG"))
+            return false;
+    }
+    return true;
+}
+
 namespace {
 
 // The depth of a part tree and its number of parts, walked with an explicit stack.
@@ -357,10 +387,19 @@ struct Target {
 };
 
 constexpr Target kTargets[] = {
-    {"fuzz_tnef", fuzzTNEF},         {"fuzz_msg", fuzzMsg},         {"fuzz_rtf", fuzzRTF},
-    {"fuzz_richtext", fuzzRichText}, {"fuzz_mailkit", fuzzMailkit}, {"fuzz_formats", fuzzFormats},
-    {"fuzz_export", fuzzExport},     {"fuzz_records", fuzzRecords}, {"fuzz_calendar", fuzzCalendar},
-    {"fuzz_vcf", fuzzVCF},           {"fuzz_mime", fuzzMime},
+    {"fuzz_tnef", fuzzTNEF},
+    {"fuzz_msg", fuzzMsg},
+    {"fuzz_rtf", fuzzRTF},
+    {"fuzz_richtext", fuzzRichText},
+    {"fuzz_mailkit", fuzzMailkit},
+    {"fuzz_formats", fuzzFormats},
+    {"fuzz_export", fuzzExport},
+    {"fuzz_records", fuzzRecords},
+    {"fuzz_calendar", fuzzCalendar},
+    {"fuzz_vcf", fuzzVCF},
+    {"fuzz_mimeglobs", fuzzMimeGlobs},
+    {"fuzz_pdf", fuzzPDFPage},
+    {"fuzz_mime", fuzzMime},
 };
 
 }  // namespace

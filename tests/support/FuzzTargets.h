@@ -12,17 +12,19 @@
 
 namespace qb::fuzz {
 
-bool fuzzTNEF(const Bytes& input);      // TNEF reader, then the walker
-bool fuzzMsg(const Bytes& input);       // compound-file and .msg readers, then the walker
-bool fuzzRTF(const Bytes& input);       // compressed RTF
-bool fuzzRichText(const Bytes& input);  // RTF and HTML readers and writers
-bool fuzzMailkit(const Bytes& input);   // the mail toolkit's decoders and parsers
-bool fuzzFormats(const Bytes& input);   // file-format detection
-bool fuzzExport(const Bytes& input);    // the exporters on whatever the readers make
-bool fuzzRecords(const Bytes& input);   // one-off entry ids, packaged files
-bool fuzzCalendar(const Bytes& input);  // stored time zones and recurrences, as iCalendar lines
-bool fuzzVCF(const Bytes& input);       // distribution-list members and contact cards
-bool fuzzMime(const Bytes& input);      // MIME part trees read from data, and their pages
+bool fuzzTNEF(const Bytes& input);       // TNEF reader, then the walker
+bool fuzzMsg(const Bytes& input);        // compound-file and .msg readers, then the walker
+bool fuzzRTF(const Bytes& input);        // compressed RTF
+bool fuzzRichText(const Bytes& input);   // RTF and HTML readers and writers
+bool fuzzMailkit(const Bytes& input);    // the mail toolkit's decoders and parsers
+bool fuzzFormats(const Bytes& input);    // file-format detection
+bool fuzzExport(const Bytes& input);     // the exporters on whatever the readers make
+bool fuzzRecords(const Bytes& input);    // one-off entry ids, packaged files
+bool fuzzCalendar(const Bytes& input);   // stored time zones and recurrences, as iCalendar lines
+bool fuzzVCF(const Bytes& input);        // distribution-list members and contact cards
+bool fuzzMimeGlobs(const Bytes& input);  // the icons module's reading of the MIME data files
+bool fuzzPDFPage(const Bytes& input);    // the PDF module's first-page picture
+bool fuzzMime(const Bytes& input);        // MIME part trees read from data, and their pages
 
 // Every target's name ("fuzz_tnef", ...), as the fuzz binaries and the findings' folders are
 // called.

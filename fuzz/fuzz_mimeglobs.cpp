@@ -1,0 +1,12 @@
+// The icons module's reading of shared-mime-info's globs2 and generic-icons files.
+// The body lives in tests/support/FuzzTargets.cpp, where the test that replays findings runs it
+// too.
+#include "platform/Log.h"
+#include "support/FuzzTargets.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static bool quiet = (qb::setLogSink({}), true);
+    (void)quiet;
+    if (!qb::fuzz::fuzzMimeGlobs(qb::Bytes::copy(data, size))) __builtin_trap();
+    return 0;
+}
