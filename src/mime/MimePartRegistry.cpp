@@ -4,6 +4,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "mime/ApplicationMimeParts.h"
 #include "mime/MediaMimeParts.h"
 #include "mime/MimePart.h"
 #include "mime/MultipartMimePart.h"
@@ -41,6 +42,8 @@ void registerBuiltinMimeParts() {
         store("text/*", TextMimePart::partClass());
         store("image/*", ImageMimePart::partClass());
         store("video/*", VideoMimePart::partClass());
+        store("application/pdf", ApplicationPdfMimePart::partClass());
+        store("application/*", ApplicationMimePart::partClass());
         store("multipart/alternative", MultipartAlternativeMimePart::partClass());
         store("multipart/*", MultipartMimePart::partClass());
     });

@@ -31,6 +31,9 @@ TEST(MimeRegistry, ExactTypesThenWildcardsThenTheBaseClass) {
     EXPECT_STREQ(MimePart::classForMimeType("video/mp4").name, "VideoMimePart");
     EXPECT_STREQ(MimePart::classForMimeType("multipart/alternative").name,
                  "MultipartAlternativeMimePart");
+    EXPECT_STREQ(MimePart::classForMimeType("application/pdf").name, "ApplicationPdfMimePart");
+    EXPECT_STREQ(MimePart::classForMimeType("APPLICATION/PDF").name, "ApplicationMimePart");
+    EXPECT_STREQ(MimePart::classForMimeType("application/zip").name, "ApplicationMimePart");
     // Related and audio are deliberately not registered.
     EXPECT_STREQ(MimePart::classForMimeType("multipart/related").name, "MultipartMimePart");
     EXPECT_STREQ(MimePart::classForMimeType("audio/mpeg").name, "MimePart");

@@ -347,7 +347,8 @@ std::pair<size_t, size_t> treeShape(const MimePartPtr& root) {
         stack.pop_back();
         ++count;
         deepest = std::max(deepest, depth);
-        for (const auto& child : part->subParts()) stack.push_back({child.get(), depth + 1});
+        for (const auto& child : part->subParts())
+            stack.push_back({child.get(), depth + 1});
     }
     return {deepest, count};
 }
@@ -362,20 +363,19 @@ bool fuzzMime(const Bytes& input) {
     auto resources = root->webArchiveResources();
     if (auto page = root->webArchiveData()) {
         // Every resource the page names comes back as a data: URI.
-        const std::string inlined = pageWithResourceURLs(*page, resources, [](const WebResource& r) {
-            return std::optional<std::string>(dataURIForResource(r));
-        });
+        const std::string inlined = pageWithResourceURLs(
+            *page, resources,
+            [](const WebResource& r) { return std::optional<std::string>(dataURIForResource(r)); });
         if (resources.empty() && inlined != *page) return false;
     }
-    for (const auto& a : root->attachments()) (void)a->filename();
+    for (const auto& a : root->attachments())
+        (void)a->filename();
     (void)root->plainContent();
     (void)root->htmlContent();
     (void)root->base64Data();
     (void)root->description();
-    if (!resources.empty()) {
-        const std::string id = resources.front().url.substr(4);
-        if (!root->partWithContentID(id)) return false;
-    }
+    for (const auto& r : resources)
+        if (!r.url.starts_with("cid:")) return false;
     return true;
 }
 
