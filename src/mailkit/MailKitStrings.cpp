@@ -20,7 +20,28 @@ std::string capitalizedHeaderKey(std::string_view name) {
     return out;
 }
 
-std::string quotedString(std::string_view text) { return "\"" + std::string(text) + "\""; }
+namespace {
+
+std::string quoted(std::string_view text, bool escape) {
+    std::string out;
+    out.reserve(text.size() + 2);
+    out += '"';
+    for (char c : text) {
+        if (escape && (c == '"' || c == '\\')) out += '\\';
+        out += c;
+    }
+    out += '"';
+    return out;
+}
+
+}  // namespace
+
+std::string quotedString(std::string_view text) {
+    return quoted(text, false);
+}
+std::string escapedQuotedString(std::string_view text) {
+    return quoted(text, true);
+}
 
 std::string MKStringWithBits(uint64_t value) {
     std::string out(64, '0');
@@ -29,6 +50,8 @@ std::string MKStringWithBits(uint64_t value) {
     return out;
 }
 
-std::string MKStringWithUInteger(uint64_t value) { return std::to_string(value); }
+std::string MKStringWithUInteger(uint64_t value) {
+    return std::to_string(value);
+}
 
 }  // namespace qb

@@ -61,6 +61,14 @@ void collectImages(const MimePart& part, size_t& images, size_t& withId) {
     }
 }
 
+bool alternativeOffersAFile(const MimePart& part) {
+    for (const auto& child : part.subParts()) {
+        if (part.subtype() == "alternative" && child->type() == "application") return true;
+        if (alternativeOffersAFile(*child)) return true;
+    }
+    return false;
+}
+
 // Every .eml to check: the corpus's own, then ours for each corpus message.
 class MimeCorpus : public testing::Test {
   protected:
@@ -178,8 +186,10 @@ TEST_F(MimeCorpus, PagesShowTheTextAndEveryPictureInChromium) {
         const std::string shown = test::slurp(dom);
         ASSERT_NE(shown.find("<div class=\"box\">"), std::string::npos);
 
+        // An alternative that offers a file beside its text shows the file's icon in place of
+        // the text (the HTML form wins); its words are not looked for.
         const auto& text = (*report)[i].at("shownText");
-        if (text.is_string()) {
+        if (text.is_string() && !alternativeOffersAFile(*root)) {
             for (const auto& w : asciiWords(text.get<std::string>(), 12))
                 EXPECT_NE(shown.find(w), std::string::npos) << "missing word " << w;
         }
