@@ -14,7 +14,7 @@ cd "$(dirname "$0")/.."
 seconds=${1:-60}
 shift || true
 targets=("$@")
-[[ ${#targets[@]} -gt 0 ]] || targets=(fuzz_tnef fuzz_msg fuzz_rtf fuzz_richtext fuzz_mailkit fuzz_formats fuzz_export fuzz_records fuzz_calendar fuzz_vcf fuzz_mimeglobs fuzz_pdf)
+[[ ${#targets[@]} -gt 0 ]] || targets=(fuzz_tnef fuzz_msg fuzz_rtf fuzz_richtext fuzz_mailkit fuzz_formats fuzz_export fuzz_records fuzz_calendar fuzz_vcf fuzz_mimeglobs fuzz_pdf fuzz_mime)
 
 QB_EXTRA_PACKAGES="clang libclang-rt-14-dev" scripts/install-deps.sh
 CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DQB_FUZZ=ON -DQB_BUILD_TESTS=OFF \
@@ -48,6 +48,7 @@ for t in "${targets[@]}"; do
       printf '\x00\x00\x00\x00\x81\x2b\x1f\xa4\xbe\xa3\x10\x19\x9d\x6e\x00\xdd\x01\x0f\x54\x02\x00\x00\x00\x80A\x00\x00\x00S\x00M\x00T\x00P\x00\x00\x00a\x00@\x00b\x00\x00\x00' > "$seeds"/oneoff
       printf '\x23\x00\x00\x00\x02\x00a.txt\x00C:\\a.txt\x00\x00\x00\x03\x00\x03\x00\x00\x00t\x00\x00\x03\x00\x00\x00abc' > "$seeds"/package ;;
     fuzz_mailkit) [[ -d $corpus/golden/msg ]] && for f in $corpus/golden/msg/*.eml; do head -c 4000 "$f" > "$seeds/$(basename "$f")"; done ;;
+    fuzz_mime) [[ -d $corpus/msg ]] && for f in $corpus/msg/*.eml; do head -c 60000 "$f" > "$seeds/$(basename "$f")"; done ;;
     fuzz_mimeglobs) [[ -f /usr/share/mime/globs2 ]] && { head -c 20000 /usr/share/mime/globs2; printf '\0'; head -c 4000 /usr/share/mime/generic-icons; } > "$seeds"/system ;;
     fuzz_pdf) cp tests/data/pdf/*.pdf "$seeds"/ ;;
     # fuzz_calendar and fuzz_vcf start from their kept findings and the empty input.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// The quillbox commands (dump, info, rtf, extract, eml), one function each; main.cpp parses
-// the command line and calls them, and each turns library results into output and exit status.
+// The quillbox commands (dump, info, rtf, extract, eml, ics, vcf, mime), one function each;
+// main.cpp parses the command line and calls them, and each turns library results into output and
+// exit status.
 #pragma once
 
 #include <optional>
@@ -29,6 +30,11 @@ int runIcs(const std::string& file, const std::optional<std::string>& output);
 // The card of a contact or distribution list; `version` is "2.1" or "4.0".
 int runVcf(const std::string& file, const std::optional<std::string>& output,
            const std::string& version);
+
+// An RFC 2822 message's display page, its resources inlined as data: URIs or, with
+// `resourceDir`, written as files into that new folder.
+int runMime(const std::string& file, const std::optional<std::string>& output,
+            const std::optional<std::string>& resourceDir);
 
 // The dump of one message: its attributes, property lists, recipient rows and attachment
 // groups, nested levels indented.

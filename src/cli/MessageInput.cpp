@@ -25,6 +25,10 @@ void setMaxInputSize(uint64_t bytes) {
     gMaxInputSize = bytes;
 }
 
+uint64_t maxInputSize() {
+    return gMaxInputSize;
+}
+
 std::optional<uint64_t> parseByteSize(const std::string& text) {
     if (text.empty()) return std::nullopt;
     uint64_t value = 0;

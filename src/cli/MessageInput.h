@@ -29,6 +29,7 @@ struct OpenedInput {
 
 // The most a non-regular input (pipe, device, standard input) is read to; --max-size.
 void setMaxInputSize(uint64_t bytes);
+uint64_t maxInputSize();
 // "2G", "512M", "64K" or a plain byte count; nothing when it is none of these.
 std::optional<uint64_t> parseByteSize(const std::string& text);
 

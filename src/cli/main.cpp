@@ -106,6 +106,15 @@ int main(int argc, char** argv) {
     vcf->add_option("-o,--output", output, "output file (default: standard output)");
     vcf->add_option("--version", vcfVersion, "2.1 (the default) or 4.0 (RFC 6350)");
 
+    auto* mime = app.add_subcommand(
+        "mime", "Write the display page of an RFC 2822 message (.eml) with its pictures and files");
+    std::string mimeFile;
+    std::optional<std::string> mimeResources;
+    mime->add_option("FILE", mimeFile, "input file (- for standard input)")->required();
+    mime->add_option("-o,--output", output, "output page (default: standard output)");
+    mime->add_option("--resources", mimeResources,
+                     "write the resources as files into this new folder instead of inlining them");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -134,6 +143,7 @@ int main(int argc, char** argv) {
         if (*eml) return qb::cli::runEml(emlFile, output);
         if (*ics) return qb::cli::runIcs(icsFile, output);
         if (*vcf) return qb::cli::runVcf(vcfFile, output, vcfVersion);
+        if (*mime) return qb::cli::runMime(mimeFile, output, mimeResources);
         return qb::cli::kExitUsage;
     };
     try {

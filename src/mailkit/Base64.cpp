@@ -71,19 +71,20 @@ void appendBase64(std::string& out, std::string_view bytes) {
         encodeTail(in + whole, bytes.size() - whole, out.data() + at + whole / 3 * 4);
 }
 
-std::string NewBase64Encode(std::string_view in, bool separateLines) {
+std::string base64Lines(std::string_view in, size_t lineLength, bool breakAfterLast) {
+    const size_t bytesPerLine = lineLength / 4 * 3;
     std::string out;
-    if (!separateLines) {
-        appendBase64(out, in);
-        return out;
-    }
-    // Lines of 48 bytes, each followed by CR LF, the last one too.
-    const size_t lines = (in.size() + 47) / 48;
-    out.resize((in.size() + 2) / 3 * 4 + lines * 2);
+    if (in.empty() || bytesPerLine == 0) return out;
+    const size_t lines = (in.size() + bytesPerLine - 1) / bytesPerLine;
+    out.resize((in.size() + 2) / 3 * 4 + (lines - (breakAfterLast ? 0 : 1)) * 2);
     const auto* p = reinterpret_cast<const unsigned char*>(in.data());
     char* o = out.data();
-    for (size_t i = 0; i < in.size(); i += 48) {
-        const size_t n = std::min<size_t>(48, in.size() - i);
+    for (size_t i = 0; i < in.size(); i += bytesPerLine) {
+        if (i && !breakAfterLast) {
+            *o++ = '\r';
+            *o++ = '\n';
+        }
+        const size_t n = std::min(bytesPerLine, in.size() - i);
         const size_t whole = n / 3 * 3;
         encodeGroups(p + i, whole, o);
         o += whole / 3 * 4;
@@ -91,9 +92,18 @@ std::string NewBase64Encode(std::string_view in, bool separateLines) {
             encodeTail(p + i + whole, n - whole, o);
             o += 4;
         }
-        *o++ = '\r';
-        *o++ = '\n';
+        if (breakAfterLast) {
+            *o++ = '\r';
+            *o++ = '\n';
+        }
     }
+    return out;
+}
+
+std::string NewBase64Encode(std::string_view in, bool separateLines) {
+    if (separateLines) return base64Lines(in, 64, true);
+    std::string out;
+    appendBase64(out, in);
     return out;
 }
 

@@ -14,6 +14,10 @@ namespace qb {
 // Standard Base64 (RFC 4648 alphabet, "=" padding). With `separateLines`, lines of 64
 // characters (48 input bytes) each end with CR LF; otherwise one line.
 std::string NewBase64Encode(std::string_view bytes, bool separateLines);
+// Base64 in lines of `lineLength` characters (a multiple of 4, the last line shorter), lines
+// joined by CR LF, and one more CR LF after the last when `breakAfterLast`. The one encoder
+// behind every Base64 the library writes.
+std::string base64Lines(std::string_view bytes, size_t lineLength, bool breakAfterLast);
 // Tolerant decoding: every byte outside the alphabet ("=", white space, anything) is skipped;
 // a final group of 2 or 3 characters gives 1 or 2 bytes, a lone one nothing. Never fails.
 std::string NewBase64Decode(std::string_view text);

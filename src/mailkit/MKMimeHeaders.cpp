@@ -20,11 +20,14 @@ namespace {
 constexpr size_t kFoldAt = 79;
 constexpr size_t kWordLine = 75;
 
-bool isFoldSpace(char c) { return c == ' ' || c == '\t'; }
+bool isFoldSpace(char c) {
+    return c == ' ' || c == '\t';
+}
 
 std::string withoutCRLF(std::string s) {
     size_t pos = 0;
-    while ((pos = s.find("\r\n", pos)) != std::string::npos) s.erase(pos, 2);
+    while ((pos = s.find("\r\n", pos)) != std::string::npos)
+        s.erase(pos, 2);
     return s;
 }
 
@@ -62,9 +65,11 @@ std::string foldHeaderLine(std::string_view line) {
         }
         // The next word and the white space before it.
         const size_t wsStart = pos;
-        while (pos < n && isFoldSpace(line[pos])) ++pos;
+        while (pos < n && isFoldSpace(line[pos]))
+            ++pos;
         size_t wordEnd = pos;
-        while (wordEnd < n && !isFoldSpace(line[wordEnd])) ++wordEnd;
+        while (wordEnd < n && !isFoldSpace(line[wordEnd]))
+            ++wordEnd;
         if (wordEnd - lineStart < kFoldAt) {
             pos = wordEnd;
             continue;
@@ -90,33 +95,38 @@ std::optional<std::string> MKMimeHeaders::mimeEncodedHeaderForKey(
     auto label = MKcharSetNameForEncoding(e);
     if (!label) return std::nullopt;
 
-    std::string prefix = key ? fmt::format("{}: =?{}?Q?", capitalizedHeaderKey(*key), *label)
-                             : fmt::format("=?{}?Q?", *label);
-    const std::string later = fmt::format(" =?{}?Q?", *label);
+    // Each line is a lead ("Key: " on the first, the folding space on the others) and one
+    // word; its length is counted with the word's "=?charset?Q?" opening.
+    std::string lead = key ? capitalizedHeaderKey(*key) + ": " : std::string();
+    const size_t opening = label->size() + 5;
     std::string out;
     size_t start = 0;
     const size_t n = payload->size();
     while (start < n) {
+        const size_t prefix = lead.size() + opening;
         size_t j = start;
         while (j < n) {
-            const size_t length = prefix.size() + (j - start) + 2;
+            const size_t length = prefix + (j - start) + 2;
             if (length >= kWordLine || (length >= kWordLine - 3 && (*payload)[j] == '=')) break;
             ++j;
         }
         if (j == n) break;  // the rest fits: it is the last line
         // Every line carries at least one character (or escape), however long the prefix.
         if (j == start) j = std::min(n, start + ((*payload)[start] == '=' ? 3 : 1));
-        out += prefix + payload->substr(start, j - start) + "?=\r\n";
-        prefix = later;
+        out += lead +
+               encodedWord(*label, 'Q', std::string_view(*payload).substr(start, j - start)) +
+               "\r\n";
+        lead = " ";
         start = j;
     }
-    out += prefix + payload->substr(start) + "?=";
+    out += lead + encodedWord(*label, 'Q', std::string_view(*payload).substr(start));
     return out;
 }
 
 std::string MKMimeHeaders::foldedHeaderString() const {
     std::vector<std::string> names;
-    for (const auto& [k, v] : dict_) names.push_back(capitalizedHeaderKey(k));
+    for (const auto& [k, v] : dict_)
+        names.push_back(capitalizedHeaderKey(k));
     std::vector<std::string> order;
     for (const char* first : {"From", "To", "Cc", "Date", "Subject", "Message-Id"})
         if (std::find(names.begin(), names.end(), first) != names.end()) order.emplace_back(first);

@@ -21,15 +21,27 @@ std::string capitalizedHeaderKey(std::string_view name) {
     return out;
 }
 
-// Built by appending: `"\"" + std::string` makes g++ 12 at -O3 warn (-Wrestrict) about an
-// overlap that cannot happen.
-std::string quotedString(std::string_view text) {
+namespace {
+
+std::string quoted(std::string_view text, bool escape) {
     std::string out;
     out.reserve(text.size() + 2);
     out += '"';
-    out += text;
+    for (char c : text) {
+        if (escape && (c == '"' || c == '\\')) out += '\\';
+        out += c;
+    }
     out += '"';
     return out;
+}
+
+}  // namespace
+
+std::string quotedString(std::string_view text) {
+    return quoted(text, false);
+}
+std::string escapedQuotedString(std::string_view text) {
+    return quoted(text, true);
 }
 
 std::string MKStringWithBits(uint64_t value) {
@@ -39,6 +51,8 @@ std::string MKStringWithBits(uint64_t value) {
     return out;
 }
 
-std::string MKStringWithUInteger(uint64_t value) { return std::to_string(value); }
+std::string MKStringWithUInteger(uint64_t value) {
+    return std::to_string(value);
+}
 
 }  // namespace qb

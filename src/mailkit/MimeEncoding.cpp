@@ -9,8 +9,9 @@
 
 #include "mailkit/Base64.h"
 #include "mailkit/HTMLEntities.h"
-#include "platform/HexDigits.h"
+#include "mailkit/Unicode.h"
 #include "platform/AsciiCase.h"
+#include "platform/HexDigits.h"
 
 namespace qb {
 
@@ -117,11 +118,42 @@ std::string mimeWordWithString(std::string_view text, StringEncoding preferred,
             replaceAll(*escaped, "%", "=");
             replaceAll(*escaped, " ", "=20");
             if (used) *used = e;
-            return fmt::format("=?{}?Q?{}?=", label, *escaped);
+            return encodedWord(label, 'Q', *escaped);
         }
     }
     if (used) *used = kUTF8Encoding;
-    return fmt::format("=?utf-8?B?{}?=", base64EncodedString(text));
+    return encodedWord("utf-8", 'B', base64EncodedString(text));
+}
+
+std::string encodedWord(std::string_view charset, char encoding, std::string_view payload) {
+    std::string out;
+    out.reserve(charset.size() + payload.size() + 7);
+    out += "=?";
+    out += charset;
+    out += '?';
+    out += encoding;
+    out += '?';
+    out += payload;
+    out += "?=";
+    return out;
+}
+
+std::string base64EncodedWords(std::string_view utf8, size_t maxBytes) {
+    std::string out;
+    size_t pos = 0;
+    while (pos < utf8.size()) {
+        size_t end = pos;
+        while (end < utf8.size()) {
+            const size_t len = utf8SequenceLength(static_cast<unsigned char>(utf8[end]));
+            if (end + len - pos > maxBytes) break;
+            end += len;
+        }
+        if (end == pos) end = std::min(utf8.size(), pos + std::max<size_t>(maxBytes, 1));
+        if (!out.empty()) out += ' ';
+        out += encodedWord("utf-8", 'B', base64EncodedString(utf8.substr(pos, end - pos)));
+        pos = end;
+    }
+    return out;
 }
 
 std::optional<std::string> dataForMimeEncodedWord(std::string_view word,
@@ -246,43 +278,84 @@ std::optional<std::string> quotedPrintableStringForPlainTextBody(std::string_vie
     if (e == 0) return std::nullopt;
     auto bytes = encodeString(text, e);
     if (!bytes) return std::nullopt;
-    std::string escaped;
-    for (unsigned char c : *bytes) {
-        if (isQPLiteral(c))
-            escaped += static_cast<char>(c);
-        else
-            escaped += fmt::format("={:02X}", c);
-    }
-
-    std::string out;
-    bool first = true;
-    auto emit = [&](std::string_view line) {
-        if (!first) out += "\r\n";
-        out.append(line);
-        first = false;
+    static constexpr QuotedPrintableRules kRules{
+        .literal = isQPLiteral,
+        .escapeColumn = 72,
+        .escapeSpaceAtLineEnd = false,
+        .dropCharBeforeBreak = true,
+        .markTrailingSpace = true,
     };
-    size_t start = 0, pos = 0;
-    const size_t n = escaped.size();
-    while (pos < n) {
-        const size_t i = pos - start;
-        const char c = escaped[pos];
-        if (c == '\r' && pos + 1 < n && escaped[pos + 1] == '\n') {
-            // The character just before the line break is dropped with it.
-            emit(std::string_view(escaped).substr(start, i == 0 ? 0 : i - 1));
-            start = pos = pos + 2;
-        } else if (c != '=' && i >= 75) {
-            emit(std::string(std::string_view(escaped).substr(start, 75)) + "=");
-            start = pos;
-        } else if (c == '=' && i >= 72) {
-            emit(std::string(std::string_view(escaped).substr(start, i)) + "=");
-            start = pos;
+    return encodeQuotedPrintable(*bytes, kRules);
+}
+
+std::string encodeQuotedPrintable(std::string_view in, const QuotedPrintableRules& rules) {
+    constexpr size_t kTextColumn = 75;
+    std::string out;
+    out.reserve(in.size() + in.size() / 4);
+    size_t column = 0;
+    auto softBreakAt = [&](size_t limit) {
+        if (column < limit) return;
+        out += "=\r\n";
+        column = 0;
+    };
+    for (size_t i = 0; i < in.size(); ++i) {
+        const auto c = static_cast<unsigned char>(in[i]);
+        if (c == '\r' && i + 1 < in.size() && in[i + 1] == '\n') {
+            if (rules.dropCharBeforeBreak && column > 0) out.pop_back();
+            out += "\r\n";
+            column = 0;
+            ++i;
+            continue;
+        }
+        const bool atLineEnd = i + 1 == in.size() || in[i + 1] == '\r';
+        const bool literal = rules.literal(c) &&
+                             !(rules.escapeSpaceAtLineEnd && atLineEnd && (c == ' ' || c == '\t'));
+        if (literal) {
+            softBreakAt(kTextColumn);
+            out += static_cast<char>(c);
+            column += 1;
         } else {
-            ++pos;
+            softBreakAt(rules.escapeColumn);
+            out += '=';
+            out += kUpperHexDigits[c >> 4];
+            out += kUpperHexDigits[c & 15];
+            column += 3;
         }
     }
-    std::string last(std::string_view(escaped).substr(start));
-    if (!last.empty() && last.back() == ' ') last += '=';
-    emit(last);
+    if (rules.markTrailingSpace && !out.empty() && out.back() == ' ') out += '=';
+    return out;
+}
+
+std::string quotedPrintableDecodedBytes(std::string_view in) {
+    std::string out;
+    out.reserve(in.size());
+    for (size_t i = 0; i < in.size(); ++i) {
+        const char c = in[i];
+        if (c != '=') {
+            out += c;
+            continue;
+        }
+        // A soft break: "=", optional white space, then the line end.
+        size_t j = i + 1;
+        while (j < in.size() && (in[j] == ' ' || in[j] == '\t'))
+            ++j;
+        if (j < in.size() && (in[j] == '\r' || in[j] == '\n')) {
+            i = (in[j] == '\r' && j + 1 < in.size() && in[j + 1] == '\n') ? j + 1 : j;
+            continue;
+        }
+        if (j == in.size()) {
+            i = j - 1;
+            continue;
+        }
+        const int hi = i + 2 < in.size() ? hexDigitValue(in[i + 1]) : -1;
+        const int lo = hi >= 0 ? hexDigitValue(in[i + 2]) : -1;
+        if (lo < 0) {
+            out += c;
+            continue;
+        }
+        out += static_cast<char>(hi << 4 | lo);
+        i += 2;
+    }
     return out;
 }
 

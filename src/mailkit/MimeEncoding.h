@@ -23,6 +23,12 @@ StringEncoding chooseOutputEncoding(std::string_view utf8, StringEncoding prefer
 // encoding holds the text. `used` receives the encoding chosen, 0 on failure.
 std::optional<std::string> qEncodedStringWithString(std::string_view utf8, StringEncoding preferred,
                                                     StringEncoding* used = nullptr);
+// "=?charset?E?payload?=": every encoded word the library writes is put together here.
+std::string encodedWord(std::string_view charset, char encoding, std::string_view payload);
+// UTF-8 text as "=?utf-8?B?…?=" words of at most `maxBytes` bytes of text each, joined by
+// spaces, never cutting a character.
+std::string base64EncodedWords(std::string_view utf8, size_t maxBytes);
+
 // One complete encoded word: a Q-word labelled utf-8, iso-8859-1, iso-8859-2 or utf-16,
 // otherwise the UTF-8 B-word. Never split, whatever its length.
 std::string mimeWordWithString(std::string_view utf8, StringEncoding preferred,
@@ -37,6 +43,20 @@ std::optional<std::string> dataForMimeEncodedWord(std::string_view word,
 // of one charset are joined before decoding.
 std::string decodedMimeEncodedString(std::string_view value);
 
+// How a quoted-printable encoder writes: which bytes stay as they are, where lines are cut.
+// CR LF in the input is always a hard line break; a literal at column 75 or later, and an
+// escape at `escapeColumn` or later, go to the next line after a soft break ("=" CR LF), so
+// no line passes 76 characters and no escape is cut.
+struct QuotedPrintableRules {
+    bool (*literal)(unsigned char c);
+    size_t escapeColumn;
+    bool escapeSpaceAtLineEnd;  // a space or tab before a CR or at the end is escaped
+    bool dropCharBeforeBreak;   // the toolkit's body rule: the character before CR LF goes
+    bool markTrailingSpace;     // "=" after a space that ends the text
+};
+// The one quoted-printable encoder.
+std::string encodeQuotedPrintable(std::string_view bytes, const QuotedPrintableRules& rules);
+
 // A body as quoted-printable with CR LF line ends and lines of at most 76 characters.
 std::optional<std::string> quotedPrintableStringForPlainTextBody(std::string_view utf8,
                                                                  StringEncoding preferred,
@@ -50,6 +70,11 @@ std::optional<std::string> htmlEncodedStringFromQuotedPrintableString(std::strin
                                                                       StringEncoding encoding);
 std::optional<std::string> decodedQuotedPrintableString(std::string_view bytes,
                                                         StringEncoding encoding);
+
+// Quoted-printable bytes decoded to bytes, for bodies of any charset: soft breaks ("=" at a
+// line end, CR LF or LF) vanish and each "=XY" (either case) becomes its byte; an "=" that
+// starts no escape is kept as it stands.
+std::string quotedPrintableDecodedBytes(std::string_view bytes);
 
 // URL percent-escaping of the text's bytes in `encoding`: letters, digits and
 // -_.!~*'();/?:@&=+$,# stay, every other byte becomes %XX. Nothing when the text does not

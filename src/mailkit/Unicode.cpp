@@ -61,4 +61,11 @@ bool isASCII(std::string_view text) {
     return true;
 }
 
+size_t utf8SequenceLength(unsigned char lead) {
+    if (lead >= 0xF0 && lead < 0xF8) return 4;
+    if (lead >= 0xE0) return lead < 0xF0 ? 3 : 1;
+    if (lead >= 0xC0) return 2;
+    return 1;
+}
+
 }  // namespace qb

@@ -59,10 +59,10 @@ std::string boundaryForParts(std::string_view subtype, size_t position,
 }
 
 std::string assembleMultipartBody(std::string_view boundary,
-                                  const std::vector<EDMessagePartPtr>& parts) {
+                                  const std::vector<MultipartPiece>& parts) {
     size_t size = 0;
     for (const auto& p : parts)
-        size += p->contentData().size() + 256;
+        size += p.content.size() + 256;
     std::string body;
     body.reserve(size + boundary.size() + 8);
     bool first = true;
@@ -71,15 +71,24 @@ std::string assembleMultipartBody(std::string_view boundary,
         body += "--";
         body += boundary;
         body += "\r\n";
-        body += p->headers().foldedHeaderString();
+        body += p.headers->foldedHeaderString();
         body += "\r\n\r\n";
-        body += p->contentData();
+        body += p.content;
         first = false;
     }
     body += "\r\n--";
     body += boundary;
     body += "--\r\n";
     return body;
+}
+
+std::string assembleMultipartBody(std::string_view boundary,
+                                  const std::vector<EDMessagePartPtr>& parts) {
+    std::vector<MultipartPiece> pieces;
+    pieces.reserve(parts.size());
+    for (const auto& p : parts)
+        pieces.push_back({&p->headers(), p->contentData()});
+    return assembleMultipartBody(boundary, pieces);
 }
 
 EDMessagePartPtr EDPlainTextContentCoder::messagePart() const {

@@ -69,8 +69,17 @@ std::string newBoundary();
 std::string boundaryForParts(std::string_view subtype, size_t position,
                              const std::vector<EDMessagePartPtr>& parts);
 
+// One child of a multipart body: its header set and its already encoded body.
+struct MultipartPiece {
+    const MKMimeHeaders* headers;
+    std::string_view content;
+};
+
 // The body of a multipart entity: each part's header block and body after a delimiter
-// line, then the closing delimiter.
+// line ("--boundary", the first with nothing before it, the later ones after a CR LF),
+// then the closing delimiter "\r\n--boundary--\r\n".
+std::string assembleMultipartBody(std::string_view boundary,
+                                  const std::vector<MultipartPiece>& parts);
 std::string assembleMultipartBody(std::string_view boundary,
                                   const std::vector<EDMessagePartPtr>& parts);
 

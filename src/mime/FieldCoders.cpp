@@ -9,7 +9,9 @@
 #include <cctype>
 #include <cstring>
 
-#include "mailkit/Base64.h"
+#include "mailkit/MailKitStrings.h"
+#include "mailkit/MimeEncoding.h"
+#include "mailkit/Unicode.h"
 
 namespace qb {
 
@@ -43,14 +45,6 @@ bool hasLongWord(std::string_view s) {
     return false;
 }
 
-// Length of the UTF-8 sequence that starts with this byte (1 for stray bytes).
-size_t sequenceLength(unsigned char lead) {
-    if (lead >= 0xF0 && lead < 0xF8) return 4;
-    if (lead >= 0xE0) return lead < 0xF0 ? 3 : 1;
-    if (lead >= 0xC0) return 2;
-    return 1;
-}
-
 // The non-alphanumeric characters of RFC 5322 atext (strchr alone would also match NUL).
 bool isAtextSpecial(unsigned char c) {
     return c != 0 && std::strchr("!#$%&'*+-/=?^_`{|}~", c);
@@ -76,16 +70,6 @@ bool isDotAtom(std::string_view s) {
     return true;
 }
 
-std::string quotedString(std::string_view s) {
-    std::string out = "\"";
-    for (char c : s) {
-        if (c == '"' || c == '\\') out += '\\';
-        out += c;
-    }
-    out += '"';
-    return out;
-}
-
 std::string phrase(std::string_view name) {
     const std::string clean = withoutControls(name);
     if (!isAsciiPrintable(clean)) {
@@ -108,7 +92,7 @@ std::string phrase(std::string_view name) {
     // would push the whole message (and every message it is nested in) into Base64.
     if (hasLongWord(clean)) return encodedWords(clean);
     if (isPhraseAtom(clean)) return clean;
-    return quotedString(clean);
+    return escapedQuotedString(clean);
 }
 
 bool isInternetAddress(std::string_view address) {
@@ -134,23 +118,7 @@ std::string encodedWords(std::string_view utf8) {
     // the first word share the first line, so folding never leaves the name alone on it.
     constexpr size_t kChunk = 33;
     static_assert(12 + kChunk / 3 * 4 <= kEncodedWordMax);
-    std::string out;
-    size_t pos = 0;
-    while (pos < utf8.size()) {
-        size_t end = pos;
-        while (end < utf8.size()) {
-            const size_t len = sequenceLength(static_cast<unsigned char>(utf8[end]));
-            if (end + len - pos > kChunk) break;
-            end += len;
-        }
-        if (end == pos) end = std::min(utf8.size(), pos + kChunk);
-        if (!out.empty()) out += ' ';
-        out += "=?utf-8?B?";
-        out += base64EncodedString(utf8.substr(pos, end - pos));
-        out += "?=";
-        pos = end;
-    }
-    return out;
+    return base64EncodedWords(utf8, kChunk);
 }
 
 std::string EDTextFieldCoder::fieldBody() const {
@@ -208,7 +176,7 @@ std::string headerParameter(std::string_view name, std::string_view value) {
         size_t end = pos;
         // Whole characters only, so every piece is valid UTF-8 on its own.
         while (end < value.size()) {
-            const size_t len = sequenceLength(static_cast<unsigned char>(value[end]));
+            const size_t len = utf8SequenceLength(static_cast<unsigned char>(value[end]));
             if (end > pos && end + len - pos > kParameterPiece / 3) break;
             end += std::min(len, value.size() - end);
         }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Header names, media types and encoding tokens shared by the MIME builder and the message
-// exporter, so each is spelled once.
+// Header names, media types and encoding tokens shared by the MIME parts, the MIME builder
+// and the message exporter, so each is spelled once.
 #pragma once
 
 namespace qb {
@@ -19,6 +19,9 @@ inline constexpr const char* kMimeTransferEncoding8Bit = "8bit";
 inline constexpr const char* kMimeTransferEncodingBase64 = "base64";
 inline constexpr const char* kMimeTransferEncodingQuotedPrintable = "quoted-printable";
 inline constexpr const char* kMimeContentEncodingUSASCII = "us-ascii";
+inline constexpr const char* kMimeContentEncodingISO8859 = "iso-8859-1";
 inline constexpr const char* kMimeContentEncodingUTF8 = "utf-8";
+inline constexpr const char* kMimeImageSubtypePng = "png";
+inline constexpr const char* kMimeImageSubtypeJpg = "jpeg";
 
 }  // namespace qb

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "mailkit/Base64.h"
+#include "mailkit/MailKitStrings.h"
 #include "mailkit/MimeEncoding.h"
 
 namespace qb {
@@ -173,6 +174,41 @@ TEST(Base64, CountedLiterals) {
     EXPECT_FALSE(stringByConvertingLiteralsToBase64("x"));
     EXPECT_FALSE(stringByConvertingLiteralsToBase64("oops}\r\nabc"));
     EXPECT_FALSE(stringByConvertingLiteralsToBase64("{10}\r\nabc"));
+}
+
+}  // namespace
+}  // namespace qb
+
+namespace qb {
+namespace {
+
+// The one encoder of each coding, with the line rules its callers ask for.
+TEST(SharedCoders, LineRulesAsEachCallerAsks) {
+    const std::string bytes(100, '\xAB');
+    const std::string mail = base64Lines(bytes, 76, false);
+    const std::string toolkit = NewBase64Encode(bytes, true);
+    EXPECT_EQ(mail.find("\r\n"), 76u);
+    EXPECT_FALSE(mail.ends_with("\r\n"));
+    EXPECT_EQ(toolkit.find("\r\n"), 64u);
+    EXPECT_TRUE(toolkit.ends_with("\r\n"));
+    EXPECT_EQ(NewBase64Decode(mail), bytes);
+    EXPECT_EQ(NewBase64Decode(toolkit), bytes);
+    EXPECT_EQ(base64Lines("", 76, true), "");
+
+    // An escape is never cut, and each rule set places its soft break where it says.
+    auto everyByteEscaped = [](unsigned char) { return false; };
+    const std::string escapes(30, '\x01');
+    const QuotedPrintableRules early{everyByteEscaped, 72, false, false, false};
+    const QuotedPrintableRules late{everyByteEscaped, 73, false, false, false};
+    EXPECT_EQ(encodeQuotedPrintable(escapes, early).find("=\r\n"), 72u);  // 24 escapes
+    EXPECT_EQ(encodeQuotedPrintable(escapes, late).find("=\r\n"), 75u);   // 25 escapes
+
+    EXPECT_EQ(encodedWord("iso-8859-1", 'Q', "caf=E9"), "=?iso-8859-1?Q?caf=E9?=");
+    // Whole characters only: two-byte characters split into words of at most 5 bytes.
+    EXPECT_EQ(base64EncodedWords("\xC3\xA9\xC3\xA9\xC3\xA9", 5),
+              "=?utf-8?B?w6nDqQ==?= =?utf-8?B?w6k=?=");
+    EXPECT_EQ(quotedString("a\"b\\"), "\"a\"b\\\"");
+    EXPECT_EQ(escapedQuotedString("a\"b\\"), "\"a\\\"b\\\\\"");
 }
 
 }  // namespace

@@ -21,6 +21,8 @@
 #include "mailkit/MKMimeHeaders.h"
 #include "mailkit/MKMimeHeadersParser.h"
 #include "mailkit/MimeEncoding.h"
+#include "mime/MimePart.h"
+#include "mime/SelfContainedPage.h"
 #include "model/Address.h"
 #include "model/AppointmentRecurrence.h"
 #include "model/CompressedRTF.h"
@@ -338,6 +340,49 @@ bool fuzzPDFPage(const Bytes& input) {
 
 namespace {
 
+// The depth of a part tree and its number of parts, walked with an explicit stack.
+std::pair<size_t, size_t> treeShape(const MimePartPtr& root) {
+    size_t deepest = 0, count = 0;
+    std::vector<std::pair<const MimePart*, size_t>> stack{{root.get(), 1}};
+    while (!stack.empty()) {
+        auto [part, depth] = stack.back();
+        stack.pop_back();
+        ++count;
+        deepest = std::max(deepest, depth);
+        for (const auto& child : part->subParts())
+            stack.push_back({child.get(), depth + 1});
+    }
+    return {deepest, count};
+}
+
+}  // namespace
+
+bool fuzzMime(const Bytes& input) {
+    auto root = MimePart::mimePartForData(input);
+    if (!root) return false;
+    const auto [depth, count] = treeShape(root);
+    if (depth > size_t(kMaxMimeNesting) + 1 || count > kMaxMimeParts + 1) return false;
+    auto resources = root->webArchiveResources();
+    if (auto page = root->webArchiveData()) {
+        // Every resource the page names comes back as a data: URI.
+        const std::string inlined = pageWithResourceURLs(
+            *page, resources,
+            [](const WebResource& r) { return std::optional<std::string>(dataURIForResource(r)); });
+        if (resources.empty() && inlined != *page) return false;
+    }
+    for (const auto& a : root->attachments())
+        (void)a->filename();
+    (void)root->plainContent();
+    (void)root->htmlContent();
+    (void)root->base64Data();
+    (void)root->description();
+    for (const auto& r : resources)
+        if (!r.url.starts_with("cid:")) return false;
+    return true;
+}
+
+namespace {
+
 struct Target {
     std::string_view name;
     bool (*body)(const Bytes&);
@@ -356,6 +401,7 @@ constexpr Target kTargets[] = {
     {"fuzz_vcf", fuzzVCF},
     {"fuzz_mimeglobs", fuzzMimeGlobs},
     {"fuzz_pdf", fuzzPDFPage},
+    {"fuzz_mime", fuzzMime},
 };
 
 }  // namespace

@@ -5,13 +5,45 @@
 usage: eml_report.py OUT.json FILE.eml...
 For each file: every defect the parser recorded (structure and headers), the decoded
 subject, the mailboxes of From, To and Cc, and the attachments (transfer-decoded bytes as
-size and SHA-256; attached messages reported the same way, recursively).
+size and SHA-256; attached messages reported the same way, recursively), and every leaf
+of the part tree in order with its transfer-decoded bytes as SHA-256 (line ends as LF, white
+space at the end dropped, since a MIME reader may trim it; attached messages are leaves
+without a digest).
 """
 import email
 import email.policy
 import hashlib
+import html.parser
 import json
 import sys
+
+
+class _VisibleText(html.parser.HTMLParser):
+    """The text a browser shows of an HTML document: no head, style or script."""
+
+    def __init__(self):
+        super().__init__(convert_charrefs=True)
+        self.hidden = 0
+        self.parts = []
+
+    def handle_starttag(self, tag, attrs):
+        if tag in ("head", "style", "script", "title"):
+            self.hidden += 1
+
+    def handle_endtag(self, tag):
+        if tag in ("head", "style", "script", "title") and self.hidden:
+            self.hidden -= 1
+
+    def handle_data(self, data):
+        if not self.hidden:
+            self.parts.append(data)
+
+
+def visible_text(html_text):
+    p = _VisibleText()
+    p.feed(html_text)
+    p.close()
+    return " ".join(p.parts)
 
 
 def mailboxes(msg, name):
@@ -64,6 +96,23 @@ def report(msg):
     if msg.is_multipart():
         for p in msg.get_payload():
             leaves(p)
+    leaf_digests = []
+
+    def walk_leaves(part):
+        ctype = part.get_content_type()
+        if ctype == "message/rfc822":
+            leaf_digests.append({"contentType": ctype, "sha256": None})
+            return
+        if part.is_multipart():
+            for p in part.get_payload():
+                walk_leaves(p)
+            return
+        payload = part.get_payload(decode=True) or b""
+        payload = payload.replace(b"\r\n", b"\n").rstrip(b" \t\r\n")
+        leaf_digests.append({"contentType": ctype,
+                             "sha256": hashlib.sha256(payload).hexdigest()})
+
+    walk_leaves(msg)
     texts = {}
     for part in msg.walk():
         ctype = part.get_content_type()
@@ -82,6 +131,11 @@ def report(msg):
         "references": msg["References"],
         "attachments": attachments,
         "texts": texts,
+        "leaves": leaf_digests,
+        # What a reader shows as the message's text: the HTML body's visible text, else the
+        # plain body.
+        "shownText": visible_text(texts["text/html"]) if "text/html" in texts
+        else texts.get("text/plain"),
     }
 
 
