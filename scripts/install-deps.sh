@@ -9,6 +9,7 @@ packages=(
   libxml2-dev uuid-dev
   libgtest-dev libgmock-dev
   python3 python3-icalendar python3-vobject
+  chromium fonts-noto-cjk
 )
 # Extra packages a caller needs (the fuzz script asks for clang and its runtime).
 read -r -a extra <<< "${QB_EXTRA_PACKAGES:-}"

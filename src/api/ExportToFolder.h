@@ -1,5 +1,5 @@
 // A message's exports written into a new folder of their own: bodies, attachments, nested
-// messages as .eml, metadata.json and manifest.json.
+// messages as .eml, the view (View.html), metadata.json and manifest.json.
 #pragma once
 
 #include <atomic>
@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "exporters/QBMailTemplate.h"
 #include "model/OutlookMessage.h"
 #include "platform/ReadError.h"
 
@@ -36,6 +37,8 @@ struct FolderExportOptions {
     bool originalBodies = false;
     // Checked between files and within large ones; once true, the export stops.
     const std::atomic<bool>* cancel = nullptr;
+    // The pictures of the attachments in View.html; unset leaves them out.
+    FileIconSource iconSource;
     // Told of each file once it is complete under its final name.
     std::function<void(const ExportedFile&)> fileWritten;
     // Told of each file that could not be written: its path and errno.

@@ -92,6 +92,19 @@ int main(int argc, char** argv) {
     vcf->add_option("-o,--output", output, "output file (default: standard output)");
     vcf->add_option("--version", vcfVersion, "2.1 (the default) or 4.0 (RFC 6350)");
 
+    auto* view = app.add_subcommand(
+        "view", "Write the message as one HTML page: headers, body, pictures and attachments");
+    std::string viewFile;
+    qb::cli::ViewOptions viewOptions;
+    view->add_option("FILE", viewFile, "input file (- for standard input)")->required();
+    view->add_option("-o,--output", viewOptions.output, "output file (default: standard output)");
+    view->add_option("--stylesheet", viewOptions.stylesheet,
+                     "link to this style sheet instead of embedding the built-in style");
+    view->add_flag("--show-empty", viewOptions.showEmpty,
+                   "show placeholders for a missing sender, subject and recipients");
+    view->add_option("--attachments", viewOptions.attachmentsDir,
+                     "write the attachments into this folder and link the page to them");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -120,6 +133,7 @@ int main(int argc, char** argv) {
         if (*eml) return qb::cli::runEml(emlFile, output);
         if (*ics) return qb::cli::runIcs(icsFile, output);
         if (*vcf) return qb::cli::runVcf(vcfFile, output, vcfVersion);
+        if (*view) return qb::cli::runView(viewFile, viewOptions);
         return qb::cli::kExitUsage;
     };
     try {
