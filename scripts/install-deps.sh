@@ -7,6 +7,8 @@ packages=(
   build-essential cmake ninja-build pkg-config
   libicu-dev libssl-dev libfmt-dev nlohmann-json3-dev libcli11-dev libzip-dev
   libxml2-dev uuid-dev
+  libcairo2-dev libpango1.0-dev librsvg2-dev libpoppler-cpp-dev
+  adwaita-icon-theme shared-mime-info fonts-dejavu-core
   libgtest-dev libgmock-dev
   python3 python3-icalendar python3-vobject
   chromium fonts-noto-cjk
