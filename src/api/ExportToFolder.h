@@ -37,8 +37,9 @@ struct FolderExportOptions {
     bool originalBodies = false;
     // Checked between files and within large ones; once true, the export stops.
     const std::atomic<bool>* cancel = nullptr;
-    // The pictures of the attachments in View.html; unset leaves them out.
-    FileIconSource iconSource;
+    // The pictures of the attachments in View.html: the desktop's icons; unset leaves them
+    // out.
+    FileIconSource iconSource = fileTypeIconPNG;
     // Told of each file once it is complete under its final name.
     std::function<void(const ExportedFile&)> fileWritten;
     // Told of each file that could not be written: its path and errno.

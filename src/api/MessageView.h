@@ -27,8 +27,8 @@ struct MessageViewOptions {
     // The URL that replaces a picture's "cid:" reference (given the normalised content id);
     // nothing keeps the reference. Unset: the attachment's bytes as a data: URI.
     std::function<std::optional<std::string>(const std::string& contentID)> pictureURL;
-    // Attachment pictures; unset leaves them out.
-    FileIconSource iconSource;
+    // Attachment pictures: the desktop's icons; unset leaves them out.
+    FileIconSource iconSource = fileTypeIconPNG;
 };
 
 // The page; nothing (and a log line) when the body cannot be parsed.

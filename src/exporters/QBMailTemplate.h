@@ -11,6 +11,7 @@
 #include "exporters/QBExporter.h"
 #include "exporters/TNEFMessageExporter.h"
 #include "model/Address.h"
+#include "platform/FileIcon.h"
 #include "richtext/XmlNodes.h"
 
 namespace qb {
@@ -39,8 +40,9 @@ class QBMailTemplate {
     std::optional<std::string> stylesheetPath;
     // Markup shown above the headers (read as XML; left out when it does not parse).
     std::optional<std::string> alertHTML;
-    // Where attachment pictures come from; none leaves them out. Asked once per extension.
-    FileIconSource iconSource;
+    // Where attachment pictures come from (the desktop's icon for the type); none leaves them
+    // out. Asked once per extension.
+    FileIconSource iconSource = fileTypeIconPNG;
     // The locale and IANA time zone the date is shown in; empty: the reader's own.
     std::string dateLocale, dateTimeZone;
 

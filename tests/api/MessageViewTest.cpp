@@ -7,6 +7,7 @@
 
 #include "api/ExportToFolder.h"
 #include "mailkit/Base64.h"
+#include "platform/FileIcon.h"
 #include "support/FakeMessage.h"
 #include "support/HtmlQuery.h"
 #include "support/LogCapture.h"
@@ -23,6 +24,12 @@ const std::string kPNG = std::string("\x89PNG\r\n\x1a\n", 8) + "picture";
 
 // A message whose HTML body shows one attached picture by content id and names another
 // that is not there, with a document attached as well.
+MessageViewOptions noIcons() {
+    MessageViewOptions options;
+    options.iconSource = nullptr;
+    return options;
+}
+
 std::shared_ptr<FakeMessage> messageWithPicture() {
     auto m = FakeMessage::make();
     m->messageClass_ = "IPM.Note";
@@ -35,7 +42,8 @@ std::shared_ptr<FakeMessage> messageWithPicture() {
     return m;
 }
 
-std::string viewOf(const std::shared_ptr<FakeMessage>& m, const MessageViewOptions& options) {
+// The view without attachment pictures, unless the options ask for them.
+std::string viewOf(const std::shared_ptr<FakeMessage>& m, MessageViewOptions options = noIcons()) {
     return messageViewHTML(TNEFMessageExporter::create(m, nullptr, ExportMode::Files), options)
         .value_or("");
 }
@@ -48,7 +56,7 @@ std::vector<std::string> links(const HtmlQuery& page) {
 }
 
 TEST(MessageView, PicturesAreInlinedAndTheStyleEmbedded) {
-    const HtmlQuery page(viewOf(messageWithPicture(), {}));
+    const HtmlQuery page(viewOf(messageWithPicture()));
     ASSERT_TRUE(page.ok());
     auto images = page.elements("img");
     ASSERT_EQ(images.size(), 2u);
@@ -70,7 +78,7 @@ TEST(MessageView, PicturesAreInlinedAndTheStyleEmbedded) {
 }
 
 TEST(MessageView, LinksAndStylesheetAsAsked) {
-    MessageViewOptions options;
+    MessageViewOptions options = noIcons();
     options.stylesheetPath = "mail.css";
     options.attachmentLinks = {std::nullopt, "files/a%20b.pdf"};
     options.pictureURL = [](const std::string& id) -> std::optional<std::string> {
@@ -115,6 +123,19 @@ TEST(MessageView, LinkCostIsKnownBeforeTheView) {
     EXPECT_LE(viewOf(m, options).size(), withIcons + 4 * base64EncodedString(kPNG).size() + 8000);
 }
 
+TEST(MessageView, AttachmentsShowTheDesktopIconOfTheirType) {
+    const auto pdfIcon = fileTypeIconPNG("x.pdf");
+    if (!pdfIcon) GTEST_SKIP() << "no icon module";
+    const HtmlQuery page(viewOf(messageWithPicture(), MessageViewOptions{}));
+    auto icons = page.elements("img", "qbx-attachment-icon");
+    ASSERT_EQ(icons.size(), 2u);
+    EXPECT_EQ(HtmlQuery::attribute(icons[1], "src"),
+              "data:image/png;base64," + base64EncodedString(pdfIcon->view()));
+    EXPECT_EQ(pdfIcon->view().substr(0, 8), std::string_view("\x89PNG\r\n\x1a\n", 8));
+    // Different types, different pictures.
+    EXPECT_NE(HtmlQuery::attribute(icons[0], "src"), HtmlQuery::attribute(icons[1], "src"));
+}
+
 class ExtractView : public testing::Test {
   protected:
     void SetUp() override { dir_ = test::makeTestFolder("qb-view"); }
@@ -154,6 +175,7 @@ TEST_F(ExtractView, ViewLinksTheFilesExtractWrote) {
 TEST_F(ExtractView, AViewPastTheOutputBudgetIsLeftOutWithALogLine) {
     auto m = messageWithPicture();
     FolderExportOptions options;
+    options.iconSource = nullptr;
     // Room for the body and the attachments, not for the view as well.
     options.outputBudget = 1400;
     test::LogCapture log;

@@ -29,6 +29,7 @@ std::shared_ptr<FakeMessage> note() {
 std::string render(const std::shared_ptr<FakeMessage>& m,
                    const std::function<void(QBMailTemplate&)>& configure = {}) {
     QBMailTemplate view(TNEFMessageExporter::create(m, nullptr, ExportMode::Files));
+    view.iconSource = nullptr;  // the tests that want pictures give their own
     view.dateLocale = "en_US";
     view.dateTimeZone = "UTC";
     if (configure) configure(view);
