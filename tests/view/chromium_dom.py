@@ -1,12 +1,15 @@
 #!/usr/bin/python3
 """Loads the views `quillbox view` makes of corpus messages in headless Chromium and checks
 the DOM Chromium builds: the header rows, the body text, one link per attachment written
-beside the page, no picture left pointing at "cid:", and no error in the page's console.
+beside the page, no picture left pointing at "cid:", and no error in the page's console. Then
+the views of every corpus message, loaded at once as frames of one page, must leave the
+console empty too.
 
 usage: chromium_dom.py QUILLBOX SOURCE_DIR
 The corpus is $QB_CORPUS, else shared/corpus beside the checkout or beside the folder that
 holds it. Exits 77 (skipped) when Chromium or the corpus is missing."""
 
+import concurrent.futures
 import html.parser
 import json
 import os
@@ -164,6 +167,32 @@ def check(quillbox, corpus, work, relative, sentence, failures):
     print(f"{name}: {len(rows)} header rows, {len(links)} links, {len(body)} characters of body")
 
 
+def check_every_view(quillbox, corpus, work, failures):
+    folder = os.path.join(work, "all")
+    os.makedirs(folder)
+    inputs = [os.path.join(corpus, kind, name) for kind in ("tnef", "msg")
+              for name in sorted(os.listdir(os.path.join(corpus, kind)))
+              if not name.endswith(".eml")]
+
+    def make(source):
+        page = os.path.join(folder, os.path.basename(source) + ".html")
+        made = subprocess.run([quillbox, "view", source, "-o", page], capture_output=True)
+        return os.path.basename(page) if made.returncode in (0, 3) else None
+
+    with concurrent.futures.ThreadPoolExecutor(max_workers=2) as pool:
+        frames = [urllib.parse.quote(page) for page in pool.map(make, inputs) if page]
+    index = os.path.join(folder, "index.html")
+    with open(index, "w") as f:
+        f.write("<!DOCTYPE html><html><body>" +
+                "".join(f'<iframe src="{src}"></iframe>' for src in frames) + "</body></html>")
+    _, log = dump_dom(index, os.path.join(work, "profile-all"))
+    for line in console_messages(log):
+        failures.append("every view: console: " + line)
+    print(f"every view: {len(frames)} pages loaded, {len(console_messages(log))} console messages")
+    if len(frames) < 60:
+        failures.append(f"every view: only {len(frames)} views made")
+
+
 def main():
     quillbox, source = sys.argv[1], sys.argv[2]
     corpus = os.environ.get("QB_CORPUS") or next(
@@ -181,6 +210,7 @@ def main():
     try:
         for relative, sentence in CASES:
             check(quillbox, corpus, work, relative, sentence, failures)
+        check_every_view(quillbox, corpus, work, failures)
     finally:
         shutil.rmtree(work, ignore_errors=True)
     for f in failures:
