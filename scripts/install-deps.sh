@@ -16,7 +16,7 @@ packages=(
   groff-base
   libgtest-dev libgmock-dev
   python3 python3-icalendar python3-vobject
-  chromium
+  chromium fonts-noto-cjk
 )
 # Extra packages a caller needs (the fuzz script asks for clang and its runtime).
 read -r -a extra <<< "${QB_EXTRA_PACKAGES:-}"

@@ -14,12 +14,14 @@
 #include <typeinfo>
 
 #include "api/ExtractFolder.h"
+#include "api/MessageView.h"
 #include "exporters/AttachmentExporter.h"
 #include "exporters/ContentIDs.h"
 #include "exporters/OriginalBodies.h"
 #include "exporters/SafeFilename.h"
 #include "exporters/TNEFMessageExporter.h"
 #include "platform/Digest.h"
+#include "platform/Log.h"
 #include "tnef/TNEFAttachment.h"
 
 namespace qb {
@@ -28,11 +30,12 @@ namespace {
 
 constexpr const char* kMetadataName = "metadata.json";
 constexpr const char* kManifestName = "manifest.json";
+constexpr const char* kViewName = "View.html";
 
 // The names the files of a message get in its new, empty folder, in the order they are
 // written, for the content ids of its attachments.
 ContentIDFiles filesOfContentIDs(const TNEFMessageExporter& exporter) {
-    std::set<std::string> taken{kMetadataName, kManifestName};
+    std::set<std::string> taken{kMetadataName, kManifestName, kViewName};
     auto claim = [&taken](const std::string& name) {
         const std::string safe = safeFilename(name, "Untitled");
         for (unsigned n = 1;; ++n) {
@@ -93,35 +96,40 @@ Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage
     // Written last, but named first: an attachment of the same name is the one numbered.
     folder->reserve(kMetadataName);
     folder->reserve(kManifestName);
+    folder->reserve(kViewName);
 
     FolderExport result;
     result.folder = folder->path();
     const uint64_t budget = options.outputBudget ? options.outputBudget : outputBudgetFor(*message);
     uint64_t written = 0;
     Dictionary manifest = Dictionary::array();
+    // Descriptions are small and say what was written: they always go. The view keeps its
+    // name and is measured before it is saved.
+    enum class Slot { Export, View, Description };
+    // The name the file got in the folder, when it was written.
     auto save = [&](const std::string& name, const Bytes& data, const std::string& source,
-                    bool reserved) {
-        if ((options.cancel && options.cancel->load()) || (result.budgetExceeded && !reserved)) {
+                    Slot slot) -> std::optional<std::string> {
+        const bool description = slot == Slot::Description;
+        if ((options.cancel && options.cancel->load()) || (result.budgetExceeded && !description)) {
             result.notWritten.push_back(name);
             result.complete = false;
-            return;
+            return std::nullopt;
         }
-        // The description files are small and say what was written; they always go.
-        if (!reserved && data.size() > budget - std::min(written, budget)) {
+        if (!description && data.size() > budget - std::min(written, budget)) {
             result.budgetExceeded = budget;
             result.notWritten.push_back(name);
             result.complete = false;
-            return;
+            return std::nullopt;
         }
         written += data.size();
-        auto path = folder->write(name, data, reserved);
+        auto path = folder->write(name, data, slot != Slot::Export);
         if (!path) {
             result.complete = false;
             if (errno == EINTR)
                 result.notWritten.push_back(name);
             else if (options.fileFailed)
                 options.fileFailed(folder->path() + "/" + name, errno);
-            return;
+            return std::nullopt;
         }
         ExportedFile file{*path, source, data.size()};
         Dictionary entry = Dictionary::object();
@@ -132,6 +140,7 @@ Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage
         manifest.push_back(std::move(entry));
         if (options.fileWritten) options.fileWritten(file);
         result.files.push_back(std::move(file));
+        return path->substr(path->rfind('/') + 1);
     };
 
     const ContentIDFiles linked = filesOfContentIDs(*exporter);
@@ -141,17 +150,46 @@ Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage
         // A page's pictures are the files written beside it.
         if (!linked.empty() && e->mimeType() == "text/html")
             data = Bytes::adoptString(htmlWithContentIDsLinked(data->view(), linked));
-        save(e->filename().value_or("Untitled"), *data, exporterName(*e), false);
+        save(e->filename().value_or("Untitled"), *data, exporterName(*e), Slot::Export);
     }
-    for (const auto& e : exporter->attachmentExporters())
-        if (auto data = e->data())
-            save(e->filename().value_or("Untitled"), *data, exporterName(*e), false);
+    // The view's links lead to the attachments under the names they got.
+    MessageViewOptions view;
+    view.iconSource = options.iconSource;
+    const auto& attachments = exporter->attachmentExporters();
+    view.attachmentLinks.resize(attachments.size());
+    for (size_t i = 0; i < attachments.size(); ++i)
+        if (auto data = attachments[i]->data())
+            if (auto name = save(attachments[i]->filename().value_or("Untitled"), *data,
+                                 exporterName(*attachments[i]), Slot::Export))
+                view.attachmentLinks[i] = urlEscapedFileName(*name);
     if (options.originalBodies)
         for (const auto& body : originalBodies(*message))
-            save(body.filename, body.data, "original body", false);
+            save(body.filename, body.data, "original body", Slot::Export);
+    view.pictureURL = [&linked](const std::string& id) -> std::optional<std::string> {
+        const auto file = linked.find(id);
+        if (file == linked.end()) return std::nullopt;
+        return urlEscapedFileName(file->second);
+    };
+    // The view only shows what the other files hold: one that would pass the budget is left
+    // out with a log line, and the export is still complete. Its size is estimated first, so
+    // that thousands of attachment pictures are never built in memory for nothing.
+    if (!result.budgetExceeded) {
+        const uint64_t room = budget - std::min(written, budget);
+        bool fits = attachmentLinksSize(*exporter, view.iconSource) <= room;
+        std::optional<std::string> page;
+        if (fits) {
+            page = messageViewHTML(exporter, view);
+            fits = !page || page->size() <= room;
+        }
+        if (!fits)
+            logf("{} left out: it would pass the output budget of {} bytes", kViewName, budget);
+        else if (page)
+            save(kViewName, Bytes::adoptString(std::move(*page)), "QBMailTemplate", Slot::View);
+    }
     // Last, so that a run cut short leaves no description of files that are not there.
-    save(kMetadataName, Bytes::fromString(jsonText(exporter->metadataPlist())), "metadata", true);
-    save(kManifestName, Bytes::fromString(jsonText(manifest)), "manifest", true);
+    save(kMetadataName, Bytes::fromString(jsonText(exporter->metadataPlist())), "metadata",
+         Slot::Description);
+    save(kManifestName, Bytes::fromString(jsonText(manifest)), "manifest", Slot::Description);
     return result;
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // A message's exports written into a new folder of their own: bodies, attachments, nested
-// messages as .eml, metadata.json and manifest.json.
+// messages as .eml, the view (View.html), metadata.json and manifest.json.
 #pragma once
 
 #include <atomic>
@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "exporters/QBMailTemplate.h"
 #include "model/OutlookMessage.h"
 #include "platform/Export.h"
 #include "platform/ReadError.h"
@@ -38,6 +39,9 @@ struct QB_API FolderExportOptions {
     bool originalBodies = false;
     /// Checked between files and within large ones; once true, the export stops.
     const std::atomic<bool>* cancel = nullptr;
+    /// The pictures of the attachments in View.html: the desktop's icons; unset leaves them
+    /// out.
+    FileIconSource iconSource = fileTypeIconPNG;
     /// Told of each file once it is complete under its final name.
     std::function<void(const ExportedFile&)> fileWritten;
     /// Told of each file that could not be written: its path and errno.

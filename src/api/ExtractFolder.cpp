@@ -78,6 +78,14 @@ std::optional<ExtractFolder> ExtractFolder::create(int parentFd, const std::stri
     return std::nullopt;
 }
 
+std::optional<ExtractFolder> ExtractFolder::open(const std::string& path,
+                                                 const std::atomic<bool>* cancel) {
+    if (!makeDirectories(path)) return std::nullopt;
+    const int fd = openFolder(path);
+    if (fd < 0) return std::nullopt;
+    return ExtractFolder(fd, path, cancel);
+}
+
 ExtractFolder::ExtractFolder(ExtractFolder&& other) noexcept
     : fd_(other.fd_),
       path_(std::move(other.path_)),

@@ -26,6 +26,10 @@ class ExtractFolder {
     static std::optional<ExtractFolder> create(int parentFd, const std::string& parentPath,
                                                const std::string& name,
                                                const std::atomic<bool>* cancel = nullptr);
+    // Writes into the folder `path` itself, made when missing (files already there are kept
+    // and new ones numbered); errno and nothing on failure.
+    static std::optional<ExtractFolder> open(const std::string& path,
+                                             const std::atomic<bool>* cancel = nullptr);
     ExtractFolder(ExtractFolder&& other) noexcept;
     ExtractFolder& operator=(ExtractFolder&&) = delete;
     ~ExtractFolder();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The quillbox commands (dump, info, rtf, extract, eml, ics, vcf, mime), one function each;
+// The quillbox commands (dump, info, rtf, extract, eml, ics, vcf, mime, view), one function each;
 // main.cpp parses the command line and calls them, and each turns library results into output and
 // exit status.
 #pragma once
@@ -30,6 +30,17 @@ int runIcs(const std::string& file, const std::optional<std::string>& output);
 // The card of a contact or distribution list; `version` is "2.1" or "4.0".
 int runVcf(const std::string& file, const std::optional<std::string>& output,
            const std::string& version);
+// The view of a message as one HTML page.
+struct ViewOptions {
+    std::optional<std::string> output;
+    // A style sheet the page links to instead of embedding the built-in style.
+    std::optional<std::string> stylesheet;
+    // Placeholders for a missing sender, subject and recipients.
+    bool showEmpty = false;
+    // Where the attachments are written; the page's links lead there.
+    std::optional<std::string> attachmentsDir;
+};
+int runView(const std::string& file, const ViewOptions& options);
 
 // An RFC 2822 message's display page, its resources inlined as data: URIs or, with
 // `resourceDir`, written as files into that new folder.

@@ -114,6 +114,18 @@ int main(int argc, char** argv) {
     mime->add_option("-o,--output", output, "output page (default: standard output)");
     mime->add_option("--resources", mimeResources,
                      "write the resources as files into this new folder instead of inlining them");
+    auto* view = app.add_subcommand(
+        "view", "Write the message as one HTML page: headers, body, pictures and attachments");
+    std::string viewFile;
+    qb::cli::ViewOptions viewOptions;
+    view->add_option("FILE", viewFile, "input file (- for standard input)")->required();
+    view->add_option("-o,--output", viewOptions.output, "output file (default: standard output)");
+    view->add_option("--stylesheet", viewOptions.stylesheet,
+                     "link to this style sheet instead of embedding the built-in style");
+    view->add_flag("--show-empty", viewOptions.showEmpty,
+                   "show placeholders for a missing sender, subject and recipients");
+    view->add_option("--attachments", viewOptions.attachmentsDir,
+                     "write the attachments into this folder and link the page to them");
 
     try {
         app.parse(argc, argv);
@@ -144,6 +156,7 @@ int main(int argc, char** argv) {
         if (*ics) return qb::cli::runIcs(icsFile, output);
         if (*vcf) return qb::cli::runVcf(vcfFile, output, vcfVersion);
         if (*mime) return qb::cli::runMime(mimeFile, output, mimeResources);
+        if (*view) return qb::cli::runView(viewFile, viewOptions);
         return qb::cli::kExitUsage;
     };
     try {

@@ -7,13 +7,12 @@
 
 #include "model/MAPIArray.h"
 #include "model/PropertyTags.h"
-#include "platform/HexDigits.h"
 #include "platform/AsciiCase.h"
+#include "platform/HexDigits.h"
 
 namespace qb {
 
 namespace {
-
 
 // A reference may escape its characters ("%40" for "@").
 std::string percentDecoded(std::string_view s) {
@@ -30,7 +29,9 @@ std::string percentDecoded(std::string_view s) {
     return out;
 }
 
-std::string percentEncoded(std::string_view name) {
+}  // namespace
+
+std::string urlEscapedFileName(std::string_view name) {
     std::string out;
     for (unsigned char c : name) {
         if (std::isalnum(c) || c == '-' || c == '_' || c == '.' || c == '~') {
@@ -44,13 +45,15 @@ std::string percentEncoded(std::string_view name) {
     return out;
 }
 
+namespace {
+
 // Calls `f(start, end, id)` for each "cid:" URL of `html`: where it begins and ends, and its
 // normalised content id.
 template <typename F>
 void forEachReference(std::string_view html, F&& f) {
     for (size_t i = 0; i + 4 <= html.size(); ++i) {
-        if (toLowerASCII(html[i]) != 'c' || toLowerASCII(html[i + 1]) != 'i' || toLowerASCII(html[i + 2]) != 'd' ||
-            html[i + 3] != ':')
+        if (toLowerASCII(html[i]) != 'c' || toLowerASCII(html[i + 1]) != 'i' ||
+            toLowerASCII(html[i + 2]) != 'd' || html[i + 3] != ':')
             continue;
         size_t end = i + 4;
         while (end < html.size() && !std::isspace(static_cast<unsigned char>(html[end])) &&
@@ -81,6 +84,13 @@ std::string normalizedContentID(std::string_view contentID) {
     return out;
 }
 
+std::optional<std::string> contentIDOfURL(std::string_view url) {
+    while (!url.empty() && std::isspace(static_cast<unsigned char>(url.front())))
+        url.remove_prefix(1);
+    if (url.size() <= 4 || !startsWithIgnoringASCIICase(url, "cid:")) return std::nullopt;
+    return normalizedContentID(percentDecoded(url.substr(4)));
+}
+
 std::set<std::string> contentIDsReferencedBy(std::string_view html) {
     std::set<std::string> ids;
     forEachReference(html, [&](size_t, size_t, std::string id) { ids.insert(std::move(id)); });
@@ -96,7 +106,7 @@ std::string htmlWithContentIDsLinked(std::string_view html, const ContentIDFiles
         const auto file = files.find(id);
         if (file == files.end()) return;
         out.append(html.substr(pos, start - pos));
-        out += percentEncoded(file->second);
+        out += urlEscapedFileName(file->second);
         pos = end;
     });
     out.append(html.substr(pos));

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -16,6 +17,12 @@ namespace qb {
 std::string bareContentID(std::string_view contentID);
 // The same in lower case, as "cid:" URLs are compared.
 std::string normalizedContentID(std::string_view contentID);
+
+// The normalised content id a "cid:" URL names; nothing for any other URL.
+std::optional<std::string> contentIDOfURL(std::string_view url);
+
+// A file name as a relative URL: every character but letters, digits and "-_.~" escaped.
+std::string urlEscapedFileName(std::string_view name);
 
 // Every content id that `html` refers to with a "cid:" URL, normalised.
 std::set<std::string> contentIDsReferencedBy(std::string_view html);

@@ -32,8 +32,8 @@ struct QBPageModuleTable {
     void (*release)(uint8_t* buffer);
 };
 
-typedef const QBIconModuleTable* (*QBIconModuleEntry)(void);
-typedef const QBPageModuleTable* (*QBPageModuleEntry)(void);
+typedef const void* (*QBIconModuleEntry)(void);  /* gives a QBIconModuleTable */
+typedef const void* (*QBPageModuleEntry)(void);  /* gives a QBPageModuleTable */
 
 }  // extern "C"
 

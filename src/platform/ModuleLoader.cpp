@@ -44,8 +44,9 @@ const void* openModuleTable(const std::vector<std::string>& dirs, std::string_vi
             continue;
         }
         // The tables begin with their version; a module from another build is not trusted.
-        using Entry = const uint32_t* (*)();
-        const uint32_t* table = reinterpret_cast<Entry>(symbol)();
+        // Called through the type the entry points are defined with (a mismatch is undefined).
+        using Entry = const void* (*)();
+        const auto* table = static_cast<const uint32_t*>(reinterpret_cast<Entry>(symbol)());
         if (!table || *table != version) {
             why = fmt::format("{} has version {}, not {}", path, table ? *table : 0, version);
             continue;

@@ -87,31 +87,6 @@ void enlargeTree(xmlNode* node, double points, int depth) {
     }
 }
 
-// The writer takes its output encoding from the document's own declaration; make sure
-// there is one, and that it says UTF-8.
-void declareUTF8(xmlNode* root) {
-    xmlNode* head = nullptr;
-    for (xmlNode* n = root->children; n; n = n->next)
-        if (n->type == XML_ELEMENT_NODE && xmlStrEqual(n->name, BAD_CAST "head")) head = n;
-    if (!head) {
-        head = xmlNewNode(nullptr, BAD_CAST "head");
-        if (root->children)
-            xmlAddPrevSibling(root->children, head);
-        else
-            xmlAddChild(root, head);
-    }
-    if (!htmlGetMetaEncoding(root->doc)) {
-        xmlNode* meta = xmlNewNode(nullptr, BAD_CAST "meta");
-        xmlNewProp(meta, BAD_CAST "http-equiv", BAD_CAST "Content-Type");
-        xmlNewProp(meta, BAD_CAST "content", BAD_CAST "text/html; charset=UTF-8");
-        if (head->children)
-            xmlAddPrevSibling(head->children, meta);
-        else
-            xmlAddChild(head, meta);
-    }
-    htmlSetMetaEncoding(root->doc, BAD_CAST "UTF-8");
-}
-
 }  // namespace
 
 std::optional<double> fontElementPoints(std::string size) {
@@ -207,16 +182,8 @@ std::optional<std::string> htmlWithFontsEnlarged(std::string_view utf8Html, doub
     enlargeTree(root, points, 0);
     declareUTF8(root);
 
-    xmlChar* mem = nullptr;
-    int size = 0;
-    htmlDocDumpMemoryFormat(doc.get(), &mem, &size, 0);
-    if (!mem || size <= 0) {
-        if (mem) xmlFree(mem);
-        log("TextExporter _htmlDataOfString FailureReason the document could not be written");
-        return std::nullopt;
-    }
-    std::string out(reinterpret_cast<const char*>(mem), static_cast<size_t>(size));
-    xmlFree(mem);
+    auto out = htmlDocumentText(doc.get());
+    if (!out) log("TextExporter _htmlDataOfString FailureReason the document could not be written");
     return out;
 }
 

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-// Small helpers over libxml2's tree shared by the HTML readers of this folder.
+// Small helpers over libxml2's tree shared by the HTML readers and writers of the library.
 #pragma once
 
 #include <libxml/tree.h>
 
+#include <memory>
+#include <optional>
 #include <string>
 
 namespace qb {
@@ -11,6 +13,7 @@ namespace qb {
 struct XmlDocDeleter {
     void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
 };
+using XmlDocPtr = std::unique_ptr<xmlDoc, XmlDocDeleter>;
 
 // The value of attribute `name` of an element; empty when it has none.
 inline std::string xmlAttribute(xmlNode* node, const char* name) {
@@ -20,5 +23,21 @@ inline std::string xmlAttribute(xmlNode* node, const char* name) {
     xmlFree(v);
     return out;
 }
+
+// Whether the node is an element called `name` (lower case, as the HTML parser names them).
+bool isElement(const xmlNode* node, const char* name);
+
+// The last child element of `parent` called `name`; nothing when there is none.
+xmlNode* lastChildElement(xmlNode* parent, const char* name);
+
+// The head of an HTML document's root element, made (before everything else) when missing.
+xmlNode* headOfHTMLRoot(xmlNode* root);
+
+// Makes the document declare UTF-8 (a meta element in its head, made when missing): the HTML
+// writer takes its output encoding from that declaration.
+void declareUTF8(xmlNode* root);
+
+// The HTML document as text in the encoding it declares; nothing when it cannot be written.
+std::optional<std::string> htmlDocumentText(xmlDoc* doc);
 
 }  // namespace qb

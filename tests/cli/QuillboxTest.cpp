@@ -248,14 +248,15 @@ TEST_F(Quillbox, ExtractKeepsHostileNamesInsideTheFolder) {
               (std::set<std::string>{
                   "hostile/Message.txt", "hostile/metadata.json", "hostile/x", "hostile/passwd",
                   "hostile/b", "hostile/ctl_name", "hostile/same.txt", "hostile/same (2).txt",
-                  "hostile/metadata (2).json", "hostile/Untitled", "hostile/manifest.json"}));
+                  "hostile/metadata (2).json", "hostile/Untitled", "hostile/View.html",
+                  "hostile/manifest.json"}));
     EXPECT_FALSE(fs::exists(dir_ / "x"));
     EXPECT_EQ(slurp(out / "hostile" / "same (2).txt"), "content of same.txt");
     EXPECT_EQ(slurp(out / "hostile" / "metadata (2).json"), "content of metadata.json");
     EXPECT_EQ(slurp(out / "hostile" / "Message.txt"), "body text");
     EXPECT_EQ(slurp(out / "hostile" / "passwd"), "content of /etc/passwd");
     EXPECT_THAT(r.out, HasSubstr((out / "hostile" / "passwd").string() + "\n"));
-    EXPECT_THAT(r.err, HasSubstr("1 done, 0 failed; 11 files"));
+    EXPECT_THAT(r.err, HasSubstr("1 done, 0 failed; 12 files"));
 
     const Dictionary md = Dictionary::parse(slurp(out / "hostile" / "metadata.json"));
     EXPECT_EQ(md["Subject"], "names");
@@ -275,7 +276,7 @@ TEST_F(Quillbox, ExtractNumbersManyEqualNames) {
     const fs::path out = dir_ / "out";
     RunResult r = run("extract " + write("many.dat", w.str()) + " -o " + out.string());
     EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(filesUnder(out).size(), 303u);
+    EXPECT_EQ(filesUnder(out).size(), 304u);  // with View.html, metadata and manifest
     EXPECT_EQ(slurp(out / "many" / "image001 (300).png"), "299");
     EXPECT_EQ(slurp(out / "many" / "image001 (7).png"), "6");
     EXPECT_EQ(slurp(out / "many" / "image001 (7) (2).png"), "taken");

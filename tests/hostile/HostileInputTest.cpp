@@ -235,7 +235,7 @@ TEST_F(Hostile, FortyThousandAttachments) {
     size_t files = 0;
     for (const auto& e : fs::directory_iterator(dir_ / "out" / "many"))
         files += e.is_regular_file();
-    EXPECT_EQ(files, 40000u + 2);  // with metadata.json and manifest.json
+    EXPECT_EQ(files, 40000u + 3);  // with View.html, metadata.json and manifest.json
 }
 
 TEST_F(Hostile, HTMLTooDeepForTheHTMLStepKeepsItsContent) {

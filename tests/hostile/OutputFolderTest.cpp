@@ -74,7 +74,7 @@ TEST_F(OutputFolder, ALinkSwappedInForTheFolderReceivesNothing) {
     size_t files = 0;
     for (const auto& e : fs::directory_iterator(out / "moved"))
         files += e.is_regular_file();
-    EXPECT_EQ(files, 1000u + 2);
+    EXPECT_EQ(files, 1000u + 3);  // with View.html, metadata.json and manifest.json
     // The swap came while files were being written, not after.
     EXPECT_LT(fs::last_write_time(out / "moved" / "a1.bin"),
               fs::last_write_time(out / "moved" / "metadata.json"));
@@ -153,7 +153,7 @@ TEST_F(OutputFolder, ReservedNamesAreNumberedAndTheManifestListsEveryFile) {
     std::map<std::string, Dictionary> byFile;
     for (const auto& entry : manifest)
         byFile[entry["file"].get<std::string>()] = entry;
-    EXPECT_EQ(byFile.size(), 7u);  // the body, five attachments, metadata.json
+    EXPECT_EQ(byFile.size(), 8u);  // the body, five attachments, View.html, metadata.json
     for (const auto& [file, entry] : byFile) {
         const std::string bytes = slurp(folder / file);
         EXPECT_EQ(entry["size"], bytes.size()) << file;
@@ -162,6 +162,7 @@ TEST_F(OutputFolder, ReservedNamesAreNumberedAndTheManifestListsEveryFile) {
     EXPECT_EQ(byFile["Message.txt"]["exporter"], "PlainTextExporter");
     EXPECT_EQ(byFile["CON (2)"]["exporter"], "AttachmentExporter");
     EXPECT_EQ(byFile["metadata.json"]["exporter"], "metadata");
+    EXPECT_EQ(byFile["View.html"]["exporter"], "QBMailTemplate");
 }
 
 TEST_F(OutputFolder, SingleOutputFilesAreReplacedWholeAndDevicesWrittenInPlace) {

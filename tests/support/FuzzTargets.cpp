@@ -2,11 +2,15 @@
 #include "support/FuzzTargets.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 
 #include "OXMSG/OXMessage.h"
 #include "OXMSG/cfb/CFBEntry.h"
 #include "OXMSG/cfb/CompoundFileCopy.h"
+#include <cstdlib>
+
+#include "api/MessageView.h"
 #include "exporters/CalendarRecurrence.h"
 #include "exporters/CalendarTimeZone.h"
 #include "exporters/HTMLNesting.h"
@@ -57,6 +61,13 @@ void exportAll(const std::shared_ptr<OutlookMessage>& m) {
     for (const auto* list : {&e->textExporters(), &e->attachmentExporters()})
         for (const auto& x : *list)
             (void)x->metadata();
+    // The view of whatever was read: when there is one, it always has its frame.
+    // Icons depend on no input byte but the extension; they are left out here.
+    MessageViewOptions view;
+    view.iconSource = nullptr;
+    view.alertHTML = "<p>read in part</p>";
+    auto page = messageViewHTML(TNEFMessageExporter::create(m, nullptr, ExportMode::Files), view);
+    if (page && page->find("<div id=\"qbx-ql-inner-mail\">") == std::string::npos) std::abort();
 }
 
 }  // namespace

@@ -62,6 +62,7 @@ const QBIconModuleTable table{kIconModuleVersion, mediaType, typeIconPNG, iconWi
 }  // namespace
 }  // namespace qb
 
-extern "C" __attribute__((visibility("default"))) const QBIconModuleTable* qb_icon_module() {
+// Declared as giving `const void*`, the one type the loader calls every entry point through.
+extern "C" __attribute__((visibility("default"))) const void* qb_icon_module() {
     return &qb::table;
 }

@@ -41,6 +41,7 @@ const QBPageModuleTable table{kPageModuleVersion, firstPagePNG, releasePNG};
 }  // namespace
 }  // namespace qb
 
-extern "C" __attribute__((visibility("default"))) const QBPageModuleTable* qb_page_module() {
+// Declared as giving `const void*`, the one type the loader calls every entry point through.
+extern "C" __attribute__((visibility("default"))) const void* qb_page_module() {
     return &qb::table;
 }
