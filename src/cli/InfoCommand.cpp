@@ -2,12 +2,19 @@
 // input was read only in part.
 #include <fmt/format.h>
 
+#include <atomic>
+
 #include <cstdio>
+#include <optional>
+#include <vector>
 
 #include "cli/Commands.h"
+#include "cli/HeldOutput.h"
+#include "cli/InputFiles.h"
 #include "cli/MessageInput.h"
 #include "cli/MessageSummary.h"
 #include "cli/OutputFile.h"
+#include "cli/WorkerPool.h"
 #include "platform/Dictionary.h"
 
 namespace qb::cli {
@@ -15,19 +22,20 @@ namespace qb::cli {
 namespace {
 
 // Standard output that stops at its first failure (a full disk): the rest is lost anyway,
-// and the failure is said once.
+// and the failure is said once. Workers' output is held, so only the thread that runs the
+// command writes (and fails) here.
 class Printer {
   public:
     void operator()(const std::string& text) {
-        if (!failed_ && !writeStandardOutput(text)) {
-            failed_ = true;
+        if (!failed_.load() && !writeStandardOutput(text)) {
+            failed_.store(true);
             reportStandardOutputFailure();
         }
     }
-    bool failed() const { return failed_; }
+    bool failed() const { return failed_.load(); }
 
   private:
-    bool failed_ = false;
+    std::atomic<bool> failed_{false};
 };
 
 // Warnings as info --json lists them.
@@ -42,9 +50,16 @@ Dictionary warningsJSON(const ReadReport& report) {
     return list;
 }
 
-int infoOf(const std::string& file, bool json, Printer& print) {
+// One input's summary; a file found by walking a folder that holds no message is only
+// marked `skipped`.
+int infoOf(const InputFile& input, bool json, Printer& print, bool& skipped) {
+    const std::string& file = input.path;
     OpenedInput in = openInput(file);
     if (!in.message) {
+        if (input.found && isNotAMessage(*in.error)) {
+            skipped = true;
+            return kExitOK;
+        }
         if (json) {
             Dictionary line;
             line["file"] = file;
@@ -74,14 +89,42 @@ int infoOf(const std::string& file, bool json, Printer& print) {
 
 }  // namespace
 
-int runInfo(const std::vector<std::string>& files, bool json) {
+int runInfo(const std::vector<std::string>& files, bool json, const BatchOptions& batch) {
+    const InputList inputs = inputFiles(files, batch.recursive);
     int status = kExitOK;
-    Printer print;
-    for (const auto& file : files) {
-        status = worseStatus(status, guardedInput(file, [&] { return infoOf(file, json, print); }));
-        if (print.failed()) return kExitFailed;
+    for (const auto& [path, reason] : inputs.unreadable) {
+        reportFailure(path, "cannot read the folder: " + reason);
+        status = kExitFailed;
     }
-    return status;
+    struct Result {
+        int status = kExitFailed;
+        bool skipped = false;
+        HeldOutput output;
+    };
+    std::vector<Result> results(inputs.files.size());
+    const bool hold = batch.jobs > 1;
+    Printer print;
+    size_t skipped = 0;
+    bool outputFailed = false;
+    auto work = [&](size_t i) {
+        const InputFile& input = inputs.files[i];
+        Result& r = results[i];
+        std::optional<HeldOutput::Scope> scope;
+        if (hold) scope.emplace(r.output);
+        r.status = guardedInput(input.path, [&] { return infoOf(input, json, print, r.skipped); });
+    };
+    auto deliver = [&](size_t i) {
+        Result& r = results[i];
+        outputFailed = outputFailed || !r.output.release() || print.failed();
+        if (r.skipped)
+            ++skipped;
+        else
+            status = worseStatus(status, r.status);
+        r = Result();
+    };
+    runInOrder(inputs.files.size(), batch.jobs, work, deliver, [&] { return outputFailed; });
+    if (skipped) std::fprintf(stderr, "quillbox: %zu files skipped (not messages)\n", skipped);
+    return outputFailed ? kExitFailed : status;
 }
 
 }  // namespace qb::cli

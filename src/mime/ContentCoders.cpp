@@ -50,34 +50,27 @@ std::string boundaryForParts(std::string_view subtype, size_t position,
     for (const auto& p : parts) {
         const std::string head = p->headers().foldedHeaderString();
         // Lengths first, so that no two different lists of parts hash the same pieces.
-        uuid.add(fmt::format("{} {}\n", head.size(), p->contentData().size()));
+        uuid.add(fmt::format("{} {}\n", head.size(), p->content().size()));
         uuid.add(head);
-        uuid.add(p->contentData());
+        p->content().write([&](std::string_view piece) {
+            uuid.add(piece);
+            return true;
+        });
     }
     return fmt::format(kMimeMultipartBoundaryFormatString, uuid.finish());
 }
 
-std::string assembleMultipartBody(std::string_view boundary,
-                                  const std::vector<EDMessagePartPtr>& parts) {
-    size_t size = 0;
-    for (const auto& p : parts)
-        size += p->contentData().size() + 256;
-    std::string body;
-    body.reserve(size + boundary.size() + 8);
+MimeBody assembleMultipartBody(std::string_view boundary,
+                               const std::vector<EDMessagePartPtr>& parts) {
+    MimeBody body;
     bool first = true;
     for (const auto& p : parts) {
-        body += first ? "" : "\r\n";
-        body += "--";
-        body += boundary;
-        body += "\r\n";
-        body += p->headers().foldedHeaderString();
-        body += "\r\n\r\n";
-        body += p->contentData();
+        body.append(fmt::format("{}--{}\r\n{}\r\n\r\n", first ? "" : "\r\n", boundary,
+                                p->headers().foldedHeaderString()));
+        body.append(p->content());
         first = false;
     }
-    body += "\r\n--";
-    body += boundary;
-    body += "--\r\n";
+    body.append(fmt::format("\r\n--{}--\r\n", boundary));
     return body;
 }
 
@@ -107,8 +100,7 @@ EDMessagePartPtr EDMultimediaContentCoder::messagePart() const {
                                           headerParameter("filename", filename_)),
                               kMimeHeaderContentDisposition);
     part->headers().setHeader(encoding, kMimeHeaderContentTransferEncoding);
-    part->setContentData(encoding == kMimeTransferEncodingBase64 ? base64Body(data_)
-                                                                 : std::string(data_));
+    part->setContent(encoding == kMimeTransferEncodingBase64 ? MimeBody::base64Of(data_) : data_);
     return part;
 }
 
@@ -119,7 +111,7 @@ EDMessagePartPtr EDCompositeContentCoder::messagePartWithSubtype(std::string_vie
     part->headers().setHeader(
         fmt::format("{}/{};\r\n boundary=\"{}\"", kMimeTypeMultipart, subtype, boundary),
         kMimeHeaderContentType);
-    part->setContentData(assembleMultipartBody(boundary, subparts_));
+    part->setContent(assembleMultipartBody(boundary, subparts_));
     return part;
 }
 

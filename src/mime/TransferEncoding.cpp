@@ -1,5 +1,5 @@
-// Base64 written straight into a presized buffer, since attachments can be very large;
-// quoted-printable soft breaks never cut an escape.
+// Base64 through the line writer bodies stream with; quoted-printable soft breaks never cut
+// an escape.
 #include "mime/TransferEncoding.h"
 #include "platform/HexDigits.h"
 
@@ -9,54 +9,61 @@ namespace qb {
 
 namespace {
 
-constexpr size_t kBase64Line = 76;
 constexpr size_t kQPLine = 76;
 constexpr size_t kMaxLine = 998;
 
-bool lineEndsClean(std::string_view bytes, bool asciiOnly) {
-    size_t lineLength = 0;
-    for (size_t i = 0; i < bytes.size(); ++i) {
-        const auto c = static_cast<unsigned char>(bytes[i]);
-        if (c == 0 || (asciiOnly && c > 127)) return false;
-        if (c == '\r') {
-            if (i + 1 >= bytes.size() || bytes[i + 1] != '\n') return false;
-            ++i;
-            lineLength = 0;
-        } else if (c == '\n') {
-            return false;
-        } else if (++lineLength > kMaxLine) {
-            return false;
+// Reads text in stretches and remembers where a line stands, so a body checked piece by
+// piece gives the answer the whole text would.
+class LineCheck {
+  public:
+    explicit LineCheck(bool asciiOnly) : asciiOnly_(asciiOnly) {}
+    bool add(std::string_view bytes) {
+        for (const char ch : bytes) {
+            const auto c = static_cast<unsigned char>(ch);
+            if (afterCR_) {
+                if (c != '\n') return clean_ = false;
+                afterCR_ = false;
+                lineLength_ = 0;
+            } else if (c == 0 || (asciiOnly_ && c > 127) || c == '\n') {
+                return clean_ = false;
+            } else if (c == '\r') {
+                afterCR_ = true;
+            } else if (++lineLength_ > kMaxLine) {
+                return clean_ = false;
+            }
         }
+        return true;
     }
-    return true;
+    bool clean() const { return clean_ && !afterCR_; }
+
+  private:
+    bool asciiOnly_;
+    bool clean_ = true, afterCR_ = false;
+    size_t lineLength_ = 0;
+};
+
+bool lineEndsClean(const MimeBody& body, bool asciiOnly) {
+    LineCheck check(asciiOnly);
+    return body.write([&](std::string_view s) { return check.add(s); }) && check.clean();
+}
+
+bool lineEndsClean(std::string_view bytes, bool asciiOnly) {
+    LineCheck check(asciiOnly);
+    return check.add(bytes) && check.clean();
 }
 
 }  // namespace
 
 std::string base64Body(std::string_view bytes) {
-    static constexpr char kAlphabet[] =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    // Written straight into lines: attachments can be hundreds of megabytes.
-    constexpr size_t kGroupsPerLine = kBase64Line / 4;
-    const size_t groups = (bytes.size() + 2) / 3;
     std::string out;
-    out.resize(groups * 4 + (groups ? (groups - 1) / kGroupsPerLine * 2 : 0));
-    char* o = out.data();
-    const auto* in = reinterpret_cast<const unsigned char*>(bytes.data());
-    for (size_t g = 0; g < groups; ++g) {
-        if (g && g % kGroupsPerLine == 0) {
-            *o++ = '\r';
-            *o++ = '\n';
-        }
-        const size_t i = g * 3;
-        const size_t left = bytes.size() - i;
-        const uint32_t v = (uint32_t(in[i]) << 16) | (left > 1 ? uint32_t(in[i + 1]) << 8 : 0) |
-                           (left > 2 ? uint32_t(in[i + 2]) : 0);
-        *o++ = kAlphabet[(v >> 18) & 63];
-        *o++ = kAlphabet[(v >> 12) & 63];
-        *o++ = left > 1 ? kAlphabet[(v >> 6) & 63] : '=';
-        *o++ = left > 2 ? kAlphabet[v & 63] : '=';
-    }
+    out.reserve(Base64LineWriter::encodedSize(bytes.size()));
+    const MimeSink sink = [&](std::string_view s) {
+        out.append(s);
+        return true;
+    };
+    Base64LineWriter encoder(sink);
+    encoder.add(bytes);
+    encoder.finish();
     return out;
 }
 
@@ -82,6 +89,12 @@ bool isSevenBitClean(std::string_view bytes) {
 }
 bool isEightBitClean(std::string_view bytes) {
     return lineEndsClean(bytes, false);
+}
+bool isSevenBitClean(const MimeBody& body) {
+    return lineEndsClean(body, true);
+}
+bool isEightBitClean(const MimeBody& body) {
+    return lineEndsClean(body, false);
 }
 
 std::string quotedPrintableBody(std::string_view bytes) {
