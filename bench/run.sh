@@ -244,8 +244,9 @@ import json, sys
 r = json.load(open(sys.argv[1]))["results"]
 q, t = r[0], r[1]
 ms = lambda x: 1000 * x
-print("| quillbox info --json (%d bytes) | %.2f | %.2f |" % (0, ms(q["mean"]), ms(q["user"] + q["system"])))
-print("| /bin/true | %.2f | %.2f |" % (ms(t["mean"]), ms(t["user"] + t["system"])))
+row = lambda x: "%.2f | %.2f | %.2f |" % (ms(x["mean"]), ms(x["median"]), ms(x["user"] + x["system"]))
+print("| quillbox info --json (0 bytes) | " + row(q))
+print("| /bin/true | " + row(t))
 print("difference: %.2f ms wall clock, %.2f ms processor time" %
       (ms(q["mean"] - t["mean"]), ms(q["user"] + q["system"] - t["user"] - t["system"])))
 PY
@@ -272,8 +273,8 @@ run_rich
     echo
     echo "Mean of 200 runs (hyperfine -N, 20 warm-up runs), wall clock and processor time, ms."
     echo
-    echo "| command | mean ms | mean cpu ms |"
-    echo "|---|---|---|"
+    echo "| command | mean ms | median ms | mean cpu ms |"
+    echo "|---|---|---|---|"
     echo "$startup" | head -n 2
     echo
     echo "$startup" | tail -n 1
