@@ -7,6 +7,8 @@ packages=(
   build-essential cmake ninja-build pkg-config
   libicu-dev libssl-dev libfmt-dev nlohmann-json3-dev libcli11-dev libzip-dev
   libxml2-dev uuid-dev
+  # The static archives quillbox is linked with (QB_STATIC_CLI): libxml2 needs these two.
+  liblzma-dev zlib1g-dev
   libgtest-dev libgmock-dev
   python3 python3-icalendar python3-vobject
 )
