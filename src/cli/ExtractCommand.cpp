@@ -125,7 +125,8 @@ int runExtract(const std::vector<std::string>& files, const std::optional<std::s
         HeldOutput output;
     };
     std::vector<Result> results(count);
-    const bool hold = batch.jobs > 1;
+    // Held only when workers run inputs side by side; alone, an input prints as it goes.
+    const bool hold = batch.jobs > 1 && inputs.files.size() > 1;
     Totals totals;
     size_t skipped = 0;
     auto work = [&](size_t i) {

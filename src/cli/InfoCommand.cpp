@@ -102,7 +102,8 @@ int runInfo(const std::vector<std::string>& files, bool json, const BatchOptions
         HeldOutput output;
     };
     std::vector<Result> results(inputs.files.size());
-    const bool hold = batch.jobs > 1;
+    // Held only when workers run inputs side by side; alone, an input prints as it goes.
+    const bool hold = batch.jobs > 1 && inputs.files.size() > 1;
     Printer print;
     size_t skipped = 0;
     bool outputFailed = false;
