@@ -106,7 +106,8 @@ int runInfo(const std::vector<std::string>& files, bool json, const BatchOptions
     const bool hold = batch.jobs > 1 && inputs.files.size() > 1;
     Printer print;
     size_t skipped = 0;
-    bool outputFailed = false;
+    // Set by the delivering thread, read by workers deciding whether to start another input.
+    std::atomic<bool> outputFailed{false};
     auto work = [&](size_t i) {
         const InputFile& input = inputs.files[i];
         Result& r = results[i];
@@ -116,16 +117,17 @@ int runInfo(const std::vector<std::string>& files, bool json, const BatchOptions
     };
     auto deliver = [&](size_t i) {
         Result& r = results[i];
-        outputFailed = outputFailed || !r.output.release() || print.failed();
+        // After standard output failed, what workers had finished is dropped: the run is over.
+        if (outputFailed.load() || !r.output.release() || print.failed()) outputFailed.store(true);
         if (r.skipped)
             ++skipped;
         else
             status = worseStatus(status, r.status);
         r = Result();
     };
-    runInOrder(inputs.files.size(), batch.jobs, work, deliver, [&] { return outputFailed; });
+    runInOrder(inputs.files.size(), batch.jobs, work, deliver, [&] { return outputFailed.load(); });
     if (skipped) std::fprintf(stderr, "quillbox: %zu files skipped (not messages)\n", skipped);
-    return outputFailed ? kExitFailed : status;
+    return outputFailed.load() ? kExitFailed : status;
 }
 
 }  // namespace qb::cli
