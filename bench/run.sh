@@ -4,7 +4,10 @@
 # cp writing the same files (what extract writes, copied from a folder of them), sha256sum
 # reading the input once. Writing is bound by the file system, so every run starts after a
 # sync.
-# Median of 5 runs (wall clock); peak RSS from /usr/bin/time. Writes bench/results.md.
+# Median of 5 runs (wall clock, and processor time: user + system, which waiting for a core
+# on a busy machine does not count); peak RSS from /usr/bin/time. Start-up: the mean of 200
+# runs of info --json on a small file beside /bin/true, measured by hyperfine on the same
+# run. Writes bench/results.md.
 # With --hostile, only the crafted hostile inputs (each at two sizes) are run, every command
 # on each, and their section of bench/results.md is rewritten; with --rich, only the rich text
 # conversion, and its section.
@@ -15,7 +18,7 @@ hostile=
 rich=
 if [[ "${1:-}" == --hostile ]]; then hostile=yes; shift; fi
 if [[ "${1:-}" == --rich ]]; then rich=yes; shift; fi
-QB_EXTRA_PACKAGES="time" scripts/install-deps.sh
+QB_EXTRA_PACKAGES="time hyperfine" scripts/install-deps.sh
 if [[ -n "$rich" ]]; then
     cmake --build build -j2 --target rtf-bench >/dev/null
 else
@@ -26,6 +29,9 @@ work=${1:-$(mktemp -d)}
 keep=${1:+yes}
 mkdir -p "$work/in/small"
 [[ -n "$rich" || -f "$work/in/msg-1000.msg" ]] || build/make-samples "$work/in" --bench >/dev/null
+# A file of the size of the largest input's .eml, for cp to write.
+[[ -n "$rich" || -n "$hostile" || -f "$work/x.eml" ]] ||
+    build/quillbox eml "$work/in/msg-1000.msg" -o "$work/x.eml"
 q=$PWD/build/quillbox
 runs=5
 # Outputs go to memory when the machine has /dev/shm: the disk's write-back otherwise
@@ -41,22 +47,24 @@ rows=()
 measure() {
     local label=$1 input=$2
     shift 2
-    local times=() rss=0
+    local times=() cpus=() rss=0
     for ((i = 0; i < runs; i++)); do
         rm -rf "$outroot/out"
         mkdir -p "$outroot/out"
         # Earlier runs' dirty pages must not be written back on this run's time.
         sync
-        /usr/bin/time -f "%e %M" -o "$work/time" "$@" >/dev/null 2>"$work/err" ||
+        /usr/bin/time -f "%e %M %U %S" -o "$work/time" "$@" >/dev/null 2>"$work/err" ||
             { echo "failed: $*" >&2; cat "$work/err" >&2; exit 1; }
-        read -r t m <"$work/time"
+        read -r t m u s <"$work/time"
         times+=("$t")
+        cpus+=("$(awk -v u="$u" -v s="$s" 'BEGIN { printf "%.2f", u + s }')")
         ((m > rss)) && rss=$m
     done
-    local median
+    local median cpu
     median=$(printf '%s\n' "${times[@]}" | sort -n | sed -n "$(((runs + 1) / 2))p")
-    rows+=("| $label | $input | $median | $((rss / 1024)) |")
-    echo "$label $input: ${median}s, $((rss / 1024)) MB" >&2
+    cpu=$(printf '%s\n' "${cpus[@]}" | sort -n | sed -n "$(((runs + 1) / 2))p")
+    rows+=("| $label | $input | $median | $cpu | $((rss / 1024)) |")
+    echo "$label $input: ${median}s (cpu ${cpu}s), $((rss / 1024)) MB" >&2
 }
 
 # The hostile inputs: every command on both sizes of each; exit status 0, 1 or 3 expected
@@ -218,10 +226,38 @@ for input in tnef-1000.dat tnef-2000.dat msg-500.msg msg-1000.msg; do
     fi
     measure "sha256sum" "$input" sha256sum "$f"
 done
-measure "quillbox extract" "5000 small files" sh -c "'$q' extract '$work'/in/small/* -o '$outroot/out'"
-"$q" extract "$work"/in/small/* -o "$outroot/split-small" >/dev/null 2>&1
+# The .eml of the largest input is written as it is made: its peak RSS is the mapped input
+# and little more.
+big="$work/in/msg-1000.msg"
+measure "quillbox eml" "msg-1000.msg" "$q" eml "$big" -o "$outroot/out/x.eml"
+measure "cp (a file of the .eml's size)" "msg-1000.msg" cp "$work/x.eml" "$outroot/out/"
+for jobs in 1 2; do
+    measure "quillbox extract -j $jobs" "5000 small files" sh -c "'$q' extract -j $jobs '$work'/in/small/* -o '$outroot/out'"
+done
+"$q" extract -j 1 "$work"/in/small/* -o "$outroot/split-small" >/dev/null 2>&1
 measure "cp (same output tree)" "5000 small files" cp -r "$outroot/split-small" "$outroot/out/"
-measure "quillbox info --json" "5000 small files" sh -c "'$q' info --json '$work'/in/small/*"
+for jobs in 1 2; do
+    measure "quillbox info --json -j $jobs" "5000 small files" sh -c "'$q' info --json -j $jobs '$work'/in/small/*"
+done
+
+# Start-up: a process per small file, as find -exec, xargs and mail filters run it.
+small=$(ls "$work"/in/small/*.dat | head -n 1)
+hyperfine -N --warmup 20 --runs 200 --export-json "$work/startup.json" \
+    "$q info --json $small" /bin/true >/dev/null
+startup=$(python3 - "$work/startup.json" <<'PY'
+import json, sys
+r = json.load(open(sys.argv[1]))["results"]
+q, t = r[0], r[1]
+ms = lambda x: 1000 * x
+row = lambda x: "%.2f | %.2f | %.2f |" % (ms(x["mean"]), ms(x["median"]), ms(x["user"] + x["system"]))
+print("| quillbox info --json (0 bytes) | " + row(q))
+print("| /bin/true | " + row(t))
+print("difference: %.2f ms wall clock, %.2f ms processor time" %
+      (ms(q["mean"] - t["mean"]), ms(q["user"] + q["system"] - t["user"] - t["system"])))
+PY
+)
+startup=${startup/(0 bytes)/($(stat -c %s "$small") bytes)}
+echo "$startup" >&2
 
 run_rich
 
@@ -229,12 +265,24 @@ run_rich
     echo "# Benchmark results"
     echo
     echo "Machine: $(nproc) cores, $(awk '/MemTotal/ {printf "%d GiB", $2/1048576}' /proc/meminfo);" \
-         "$(date -u +%Y-%m-%d). Median of $runs runs, wall clock; peak RSS includes mapped pages." \
-         "Outputs written to $( [[ $outroot == /dev/shm/* ]] && echo "memory (/dev/shm)" || echo "disk")."
+         "$(date -u +%Y-%m-%d). Median of $runs runs, wall clock and processor time (user +" \
+         "system); peak RSS includes mapped pages." \
+         "Outputs written to $( [[ $outroot == /dev/shm/* ]] && echo "memory (/dev/shm)" || echo "disk")." \
+         "Load average at the end: $(cut -d' ' -f1-3 /proc/loadavg)."
     echo
-    echo "| command | input | median s | peak RSS MB |"
-    echo "|---|---|---|---|"
+    echo "| command | input | median s | median cpu s | peak RSS MB |"
+    echo "|---|---|---|---|---|"
     printf '%s\n' "${rows[@]}"
+    echo
+    echo "## Start-up"
+    echo
+    echo "Mean of 200 runs (hyperfine -N, 20 warm-up runs), wall clock and processor time, ms."
+    echo
+    echo "| command | mean ms | median ms | mean cpu ms |"
+    echo "|---|---|---|---|"
+    echo "$startup" | head -n 2
+    echo
+    echo "$startup" | tail -n 1
     echo
     cat "$work/rich.md"
 } >"$work/results.md"

@@ -17,7 +17,7 @@ status=0
 # What a browser shows does not depend on how quillbox was instrumented, and the browser tests
 # take minutes: the sanitizer run leaves them to the plain one.
 exclude=()
-[[ "${QB_SANITIZE:-0}" == 1 ]] && exclude=(-E 'Chromium|Browser')
+[[ "${QB_SANITIZE:-0}" == 1 ]] && exclude=(-E '[Cc]hromium|Browser')
 ctest --test-dir "$dir" --output-on-failure -j2 "${exclude[@]}" 2>&1 | tee "$log" || status=$?
 if grep -q -E 'ERROR: AddressSanitizer|ERROR: LeakSanitizer|runtime error:' "$log"; then
   echo "Sanitizer reports found" >&2

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The top-level message assembled and serialised as one .eml.
+// The top-level message assembled as one .eml: its size is known before anything is encoded,
+// so the budget is checked first, and the bytes go out as they are produced.
 #include "api/ExportToRFC822.h"
 
 #include <cerrno>
@@ -13,32 +14,61 @@
 
 namespace qb {
 
-Bytes rfc822Data(const std::shared_ptr<const OutlookMessage>& message) {
+namespace {
+
+// The message's body, or why it may not be written.
+Expected<MimeBody> budgetedBody(const std::shared_ptr<const OutlookMessage>& message,
+                                uint64_t outputBudget) {
+    MimeBody body = rfc822Body(message);
+    const uint64_t budget = outputBudget ? outputBudget : outputBudgetFor(*message);
+    if (body.size() > budget)
+        return ReadError{kExportErrorDomain, kExportErrorOverBudget,
+                         fmt::format("the message would take {} bytes as .eml, more than the {} "
+                                     "bytes its input may produce; nothing was written",
+                                     body.size(), budget),
+                         std::nullopt};
+    return body;
+}
+
+ReadError writeError(const std::string& name) {
+    return ReadError{"POSIX", errno, name + ": " + std::strerror(errno), std::nullopt};
+}
+
+}  // namespace
+
+MimeBody rfc822Body(const std::shared_ptr<const OutlookMessage>& message) {
     auto exporter = TNEFMessageExporter::create(message, nullptr, ExportMode::RFC822);
-    return exporter && exporter->data() ? *exporter->data() : Bytes();
+    return exporter && exporter->body() ? *exporter->body() : MimeBody();
+}
+
+Bytes rfc822Data(const std::shared_ptr<const OutlookMessage>& message) {
+    return Bytes::adoptString(rfc822Body(message).str());
 }
 
 Expected<Bytes> rfc822Message(const std::shared_ptr<const OutlookMessage>& message,
                               uint64_t outputBudget) {
-    Bytes data = rfc822Data(message);
-    const uint64_t budget = outputBudget ? outputBudget : outputBudgetFor(*message);
-    if (data.size() > budget)
-        return ReadError{kExportErrorDomain, kExportErrorOverBudget,
-                         fmt::format("the message would take {} bytes as .eml, more than the {} "
-                                     "bytes its input may produce; nothing was written",
-                                     data.size(), budget),
-                         std::nullopt};
-    return data;
+    auto body = budgetedBody(message, outputBudget);
+    if (!body) return body.error();
+    return Bytes::adoptString(body->str());
 }
 
 Expected<uint64_t> exportToRFC822(const std::shared_ptr<const OutlookMessage>& message,
-                                  const std::string& path, uint64_t outputBudget) {
-    auto message822 = rfc822Message(message, outputBudget);
-    if (!message822) return message822.error();
-    const Bytes& data = *message822;
-    if (!writeFileWhole(path, data))
-        return ReadError{"POSIX", errno, path + ": " + std::strerror(errno), std::nullopt};
-    return uint64_t(data.size());
+                                  const std::string& path, uint64_t outputBudget,
+                                  const std::atomic<bool>* cancel) {
+    auto body = budgetedBody(message, outputBudget);
+    if (!body) return body.error();
+    if (!writeFileWhole(path, [&](int fd) { return writeBodyTo(fd, *body, cancel); }))
+        return writeError(path);
+    return body->size();
+}
+
+Expected<uint64_t> writeRFC822(const std::shared_ptr<const OutlookMessage>& message, int fd,
+                               const std::string& name, uint64_t outputBudget,
+                               const std::atomic<bool>* cancel) {
+    auto body = budgetedBody(message, outputBudget);
+    if (!body) return body.error();
+    if (!writeBodyTo(fd, *body, cancel)) return writeError(name);
+    return body->size();
 }
 
 }  // namespace qb

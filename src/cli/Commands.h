@@ -12,17 +12,25 @@
 
 namespace qb::cli {
 
+// How info and extract run over many inputs: `jobs` worker threads, one input each at a
+// time, output still in input order; with `recursive`, folders stand for the files below
+// them, and a file found so that holds no message is skipped and counted.
+struct BatchOptions {
+    unsigned jobs = 1;
+    bool recursive = false;
+};
+
 // Each command returns the process exit status: 0 when every file was handled, 1 when any
 // failed.
 int runDump(const std::vector<std::string>& files);
 // The RTF body as it is stored (decompressed), as the HTML page extract writes, or as text.
 enum class RTFBodyForm { RTF, HTML, Text };
 int runRTF(const std::string& file, const std::optional<std::string>& output, RTFBodyForm form);
-int runInfo(const std::vector<std::string>& files, bool json);
+int runInfo(const std::vector<std::string>& files, bool json, const BatchOptions& batch = {});
 // Every export of each message into a folder of its own inside `outDir` (default ".").
 // With `originalBodies`, also the bodies as the message stores them.
 int runExtract(const std::vector<std::string>& files, const std::optional<std::string>& outDir,
-               bool originalBodies = false);
+               bool originalBodies = false, const BatchOptions& batch = {});
 // The message as one RFC 2822 message.
 int runEml(const std::string& file, const std::optional<std::string>& output);
 // The calendar file of a meeting, appointment or task; exit 1 for any other item.

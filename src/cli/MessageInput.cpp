@@ -117,16 +117,17 @@ int finishInput(const OpenedInput& in, int status) {
 
 namespace {
 
-std::string gCurrentInput;
+// Per thread: each worker reads its own input.
+thread_local std::string tCurrentInput;
 
 }  // namespace
 
 const std::string& currentInputPath() {
-    return gCurrentInput;
+    return tCurrentInput;
 }
 
 int guardedInput(const std::string& path, const std::function<int()>& body) {
-    gCurrentInput = path;
+    tCurrentInput = path;
     int status = kExitFailed;
     try {
         status = body();
@@ -135,7 +136,7 @@ int guardedInput(const std::string& path, const std::function<int()>& body) {
     } catch (const std::exception& e) {
         reportFailure(path, std::string("internal error: ") + e.what());
     }
-    gCurrentInput.clear();
+    tCurrentInput.clear();
     return status;
 }
 

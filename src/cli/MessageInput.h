@@ -56,8 +56,8 @@ int worseStatus(int a, int b);
 // naming the file instead of ending the process. While it runs, `currentInputPath` is `path`.
 int guardedInput(const std::string& path, const std::function<int()>& body);
 
-// The input being read or exported now, so that the library's log lines can name it; empty
-// between inputs.
+// The input this thread reads or exports now, so that the library's log lines can name it;
+// empty between inputs.
 const std::string& currentInputPath();
 
 }  // namespace qb::cli

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "api/WholeFile.h"
+#include "cli/HeldOutput.h"
 #include "cli/MessageInput.h"
 
 namespace qb::cli {
@@ -25,6 +26,10 @@ bool writeOutput(const std::optional<std::string>& output, const Bytes& data,
 }
 
 bool writeStandardOutput(std::string_view text) {
+    if (auto* held = HeldOutput::current()) {
+        held->add(HeldOutput::Kind::OutputText, std::string(text));
+        return true;
+    }
     const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
     return std::fflush(stdout) == 0 && written && !std::ferror(stdout);
 }

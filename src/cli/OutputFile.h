@@ -17,7 +17,7 @@ bool writeOutput(const std::optional<std::string>& output, const Bytes& data,
                  const std::string& inputName);
 
 // Writes text to standard output and flushes it; false when that failed (a full disk, a
-// closed pipe), with errno set.
+// closed pipe), with errno set. Held (and true) while this thread's output is held.
 bool writeStandardOutput(std::string_view text);
 
 // "quillbox: standard output: <reason>" on standard error, for a failed write.

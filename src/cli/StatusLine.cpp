@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// One process-wide progress line: the commands run one input at a time on one thread.
+// One process-wide progress line, drawn by the thread that runs the command; workers' lines
+// are held (HeldOutput) and printed from that thread.
 #include "cli/StatusLine.h"
 
 #include <unistd.h>
 
 #include <cstdio>
+
+#include "cli/HeldOutput.h"
 
 namespace qb::cli {
 
@@ -42,12 +45,14 @@ void finishStatusLine() {
 }
 
 void printErrorLine(const std::string& text) {
+    if (auto* held = HeldOutput::current()) return held->add(HeldOutput::Kind::ErrorLine, text);
     clear();
     std::fprintf(stderr, "%s\n", text.c_str());
     redraw();
 }
 
 void printOutputLine(const std::string& text) {
+    if (auto* held = HeldOutput::current()) return held->add(HeldOutput::Kind::OutputLine, text);
     static const bool sharesTerminal = ::isatty(STDOUT_FILENO);
     if (sharesTerminal) clear();
     std::printf("%s\n", text.c_str());

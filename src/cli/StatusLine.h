@@ -14,7 +14,8 @@ void showStatusLine(const std::string& line);
 // Removes the progress line for good.
 void finishStatusLine();
 
-// Writes `text` and a line break to standard error, around the progress line.
+// Writes `text` and a line break to standard error, around the progress line. Both printers
+// hold the line instead while this thread's output is held (HeldOutput).
 void printErrorLine(const std::string& text);
 // Writes `text` and a line break to standard output and flushes it; the progress line is
 // cleared and redrawn only when standard output shares its terminal.

@@ -9,6 +9,7 @@
 #include "cli/Commands.h"
 #include "cli/MessageInput.h"
 #include "cli/StatusLine.h"
+#include "cli/WorkerPool.h"
 #include "platform/Log.h"
 
 namespace {
@@ -77,6 +78,19 @@ int main(int argc, char** argv) {
         "info", "Summarise each message: class, subject, people, bodies, attachments");
     info->add_option("FILE", files, "input files (- for standard input)")->required();
     info->add_flag("--json", json, "one JSON object per file and line");
+    qb::cli::BatchOptions batch;
+    batch.jobs = qb::cli::onlineProcessors();
+    auto addBatchOptions = [&](CLI::App* command) {
+        command
+            ->add_option("-j,--jobs", batch.jobs,
+                         "read and export this many files at once (default: the number of "
+                         "processors); output stays in input order")
+            ->check(CLI::Range(1u, 1024u));
+        command->add_flag("-r,--recursive", batch.recursive,
+                          "take the files in the folders given, and below them; files that are "
+                          "no message are skipped");
+    };
+    addBatchOptions(info);
 
     auto* extract = app.add_subcommand(
         "extract",
@@ -88,6 +102,7 @@ int main(int argc, char** argv) {
     extract->add_flag("--original-bodies", originalBodies,
                       "also write each body exactly as the message stores it "
                       "(Message.original.html, Message.rtf)");
+    addBatchOptions(extract);
 
     auto* eml = app.add_subcommand("eml", "Write the message as one .eml file");
     std::string emlFile;
@@ -150,8 +165,8 @@ int main(int argc, char** argv) {
                                    rtfHTML   ? qb::cli::RTFBodyForm::HTML
                                    : rtfText ? qb::cli::RTFBodyForm::Text
                                              : qb::cli::RTFBodyForm::RTF);
-        if (*info) return qb::cli::runInfo(files, json);
-        if (*extract) return qb::cli::runExtract(files, output, originalBodies);
+        if (*info) return qb::cli::runInfo(files, json, batch);
+        if (*extract) return qb::cli::runExtract(files, output, originalBodies, batch);
         if (*eml) return qb::cli::runEml(emlFile, output);
         if (*ics) return qb::cli::runIcs(icsFile, output);
         if (*vcf) return qb::cli::runVcf(vcfFile, output, vcfVersion);

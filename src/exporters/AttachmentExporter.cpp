@@ -62,8 +62,7 @@ std::shared_ptr<AttachmentExporter> AttachmentExporter::create(Bytes data, std::
 
 EDMessagePartPtr AttachmentExporter::messagePart() const {
     std::call_once(partOnce_, [&] {
-        part_ =
-            EDMultimediaContentCoder(data_.view(), filename_.value_or(""), inline_).messagePart();
+        part_ = EDMultimediaContentCoder(data_, filename_.value_or(""), inline_).messagePart();
         if (!attachment_) return;
         // Mail readers find the pictures of an HTML body by these.
         if (auto id = attachment_->contentId()) {

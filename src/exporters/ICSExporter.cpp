@@ -435,8 +435,8 @@ std::string ICSExporter::parseAttendees() const {
 
 EDMessagePartPtr ICSExporter::messagePart() const {
     std::call_once(partOnce_, [&] {
-        const std::string_view bytes = data_ ? data_->view() : std::string_view();
-        part_ = EDMultimediaContentCoder(bytes, filename_.value_or("")).messagePart();
+        part_ =
+            EDMultimediaContentCoder(data_.value_or(Bytes()), filename_.value_or("")).messagePart();
         // Mail programs offer to add a calendar part by its method.
         if (auto type = part_->headers().firstHeaderForKey(kMimeHeaderContentType)) {
             std::string params = "; charset=utf-8";

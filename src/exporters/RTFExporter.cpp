@@ -104,7 +104,8 @@ EDMessagePartPtr RTFExporter::messagePart() const {
         if (mimeType_ == "text/html")
             part_ = EDHTMLTextContentCoder(bytes).messagePart();
         else if (mimeType_ == "text/rtf")
-            part_ = EDMultimediaContentCoder(bytes, filename_.value_or(""), false).messagePart();
+            part_ = EDMultimediaContentCoder(data_.value_or(Bytes()), filename_.value_or(""), false)
+                        .messagePart();
         else
             part_ = EDPlainTextContentCoder(bytes).messagePart();
     });

@@ -257,10 +257,11 @@ void TNEFMessageExporter::describeByAttachedMessages(Dictionary& metadata) const
     }
 }
 
-// Serialises an assembled message, and lists every export in the metadata.
+// Keeps an assembled message as the pieces it is written from, and lists every export in the
+// metadata.
 void TNEFMessageExporter::finish(EDMessagePartPtr mime, Dictionary metadata) {
     if (assemblesParts())
-        data_ = Bytes::adoptString(mime->transferData());
+        body_ = mime->transferBody();
     else
         mimeMessage_ = std::move(mime);
 
@@ -275,10 +276,15 @@ void TNEFMessageExporter::finish(EDMessagePartPtr mime, Dictionary metadata) {
 
 EDMessagePartPtr TNEFMessageExporter::messagePart() const {
     std::call_once(partOnce_, [&] {
-        const std::string_view bytes = data_ ? data_->view() : std::string_view();
-        part_ = EDMultimediaContentCoder(bytes, filename_.value_or(""), false).messagePart();
+        part_ = EDMultimediaContentCoder(body_.value_or(MimeBody()), filename_.value_or(""), false)
+                    .messagePart();
     });
     return part_;
+}
+
+std::optional<Bytes> TNEFMessageExporter::data() const {
+    if (!body_) return std::nullopt;
+    return Bytes::adoptString(body_->str());
 }
 
 Dictionary TNEFMessageExporter::metadata() const {

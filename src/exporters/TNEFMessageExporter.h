@@ -17,9 +17,9 @@ enum class ExportMode {
     /// The top-level message as separate files (bodies, attachments, metadata): no MIME body
     /// is assembled, and mimeMessage() holds the header fields.
     Files,
-    /// A message inside another: assembled and serialised whole, as `data`.
+    /// A message inside another: assembled and serialised whole, as `body`.
     Nested,
-    /// The top-level message assembled and serialised whole as one .eml, as `data`.
+    /// The top-level message assembled and serialised whole as one .eml, as `body`.
     RFC822,
 };
 
@@ -47,12 +47,15 @@ class QB_API TNEFMessageExporter : public QBExporter,
     std::shared_ptr<const OutlookMessage> tnefMessage() const { return message_; }
     const std::optional<std::string>& headerHTMLString() const { return headerHTMLString_; }
     /// In ExportMode::Files, the message as a MIME object (the header block first when one was
-    /// given); the other modes keep only the serialised bytes, `data`.
+    /// given); the other modes keep only the serialised message, `body`.
     EDMessagePartPtr mimeMessage() const { return mimeMessage_; }
 
     std::optional<std::string> filename() const override { return filename_; }
     void setFilename(std::optional<std::string> name) override { filename_ = std::move(name); }
-    std::optional<Bytes> data() const override { return data_; }
+    // The serialised message: its pieces, written (attachments encoded) only as they are read.
+    const std::optional<MimeBody>& body() const { return body_; }
+    // The serialised message in one buffer, made on each call.
+    std::optional<Bytes> data() const override;
     EDMessagePartPtr messagePart() const override;
     std::optional<std::string> mimeType() const override { return "message/rfc822"; }
     Dictionary metadata() const override;
@@ -81,7 +84,7 @@ class QB_API TNEFMessageExporter : public QBExporter,
     ExportMode mode_ = ExportMode::Files;
     std::optional<std::string> headerHTMLString_;
     std::optional<std::string> messageClass_, messageID_, filename_;
-    std::optional<Bytes> data_;
+    std::optional<MimeBody> body_;
     Dictionary metadataPlist_;
     QBExporterList textExporters_, attachmentExporters_;
     EDMessagePartPtr mimeMessage_;

@@ -51,44 +51,51 @@ std::string boundaryForParts(std::string_view subtype, size_t position,
     for (const auto& p : parts) {
         const std::string head = p->headers().foldedHeaderString();
         // Lengths first, so that no two different lists of parts hash the same pieces.
-        uuid.add(fmt::format("{} {}\n", head.size(), p->contentData().size()));
+        uuid.add(fmt::format("{} {}\n", head.size(), p->content().size()));
         uuid.add(head);
-        uuid.add(p->contentData());
+        p->content().write([&](std::string_view piece) {
+            uuid.add(piece);
+            return true;
+        });
     }
     return fmt::format(kMimeMultipartBoundaryFormatString, uuid.finish());
 }
 
-std::string assembleMultipartBody(std::string_view boundary,
-                                  const std::vector<MultipartPiece>& parts) {
-    size_t size = 0;
-    for (const auto& p : parts)
-        size += p.content.size() + 256;
-    std::string body;
-    body.reserve(size + boundary.size() + 8);
+namespace {
+
+// One delimiter rule for every multipart body, built and parsed parts alike.
+template <class Part, class HeadersOf, class AppendContent>
+MimeBody assembleParts(std::string_view boundary, const std::vector<Part>& parts,
+                       HeadersOf headersOf, AppendContent appendContent) {
+    MimeBody body;
     bool first = true;
     for (const auto& p : parts) {
-        body += first ? "" : "\r\n";
-        body += "--";
-        body += boundary;
-        body += "\r\n";
-        body += p.headers->foldedHeaderString();
-        body += "\r\n\r\n";
-        body += p.content;
+        body.append(fmt::format("{}--{}\r\n{}\r\n\r\n", first ? "" : "\r\n", boundary,
+                                headersOf(p).foldedHeaderString()));
+        appendContent(body, p);
         first = false;
     }
-    body += "\r\n--";
-    body += boundary;
-    body += "--\r\n";
+    body.append(fmt::format("\r\n--{}--\r\n", boundary));
     return body;
 }
 
+}  // namespace
+
 std::string assembleMultipartBody(std::string_view boundary,
-                                  const std::vector<EDMessagePartPtr>& parts) {
-    std::vector<MultipartPiece> pieces;
-    pieces.reserve(parts.size());
-    for (const auto& p : parts)
-        pieces.push_back({&p->headers(), p->contentData()});
-    return assembleMultipartBody(boundary, pieces);
+                                  const std::vector<MultipartPiece>& parts) {
+    return assembleParts(
+               boundary, parts,
+               [](const MultipartPiece& p) -> const MKMimeHeaders& { return *p.headers; },
+               [](MimeBody& body, const MultipartPiece& p) { body.append(p.content); })
+        .str();
+}
+
+MimeBody assembleMultipartBody(std::string_view boundary,
+                               const std::vector<EDMessagePartPtr>& parts) {
+    return assembleParts(
+        boundary, parts,
+        [](const EDMessagePartPtr& p) -> const MKMimeHeaders& { return p->headers(); },
+        [](MimeBody& body, const EDMessagePartPtr& p) { body.append(p->content()); });
 }
 
 EDMessagePartPtr EDPlainTextContentCoder::messagePart() const {
@@ -117,8 +124,7 @@ EDMessagePartPtr EDMultimediaContentCoder::messagePart() const {
                                           headerParameter("filename", filename_)),
                               kMimeHeaderContentDisposition);
     part->headers().setHeader(encoding, kMimeHeaderContentTransferEncoding);
-    part->setContentData(encoding == kMimeTransferEncodingBase64 ? base64Body(data_)
-                                                                 : std::string(data_));
+    part->setContent(encoding == kMimeTransferEncodingBase64 ? MimeBody::base64Of(data_) : data_);
     return part;
 }
 
@@ -129,7 +135,7 @@ EDMessagePartPtr EDCompositeContentCoder::messagePartWithSubtype(std::string_vie
     part->headers().setHeader(
         fmt::format("{}/{};\r\n boundary=\"{}\"", kMimeTypeMultipart, subtype, boundary),
         kMimeHeaderContentType);
-    part->setContentData(assembleMultipartBody(boundary, subparts_));
+    part->setContent(assembleMultipartBody(boundary, subparts_));
     return part;
 }
 

@@ -32,17 +32,24 @@ class EDHTMLTextContentCoder {
 };
 
 // A file: type from the name's extension, the name in Content-Type and
-// Content-Disposition, the bytes in Base64. A message/rfc822 body travels unencoded, as
-// RFC 2046 requires; bytes that cannot go so are sent as application/octet-stream.
+// Content-Disposition, the bytes in Base64 (encoded when the part is written). A
+// message/rfc822 body travels unencoded, as RFC 2046 requires; bytes that cannot go so are
+// sent as application/octet-stream.
 class EDMultimediaContentCoder {
   public:
+    // The bytes are kept, not copied; a body (a nested message) is kept as its pieces.
+    EDMultimediaContentCoder(Bytes data, std::string_view filename, bool inlineFlag = false)
+        : EDMultimediaContentCoder(MimeBody::ofBytes(std::move(data)), filename, inlineFlag) {}
+    EDMultimediaContentCoder(MimeBody data, std::string_view filename, bool inlineFlag = false)
+        : data_(std::move(data)), filename_(filename), inline_(inlineFlag) {}
+    // Copies the bytes.
     EDMultimediaContentCoder(std::string_view data, std::string_view filename,
                              bool inlineFlag = false)
-        : data_(data), filename_(filename), inline_(inlineFlag) {}
+        : EDMultimediaContentCoder(Bytes::fromString(data), filename, inlineFlag) {}
     EDMessagePartPtr messagePart() const;
 
   private:
-    std::string_view data_;
+    MimeBody data_;
     std::string filename_;
     bool inline_;
 };
@@ -80,7 +87,7 @@ struct MultipartPiece {
 // then the closing delimiter "\r\n--boundary--\r\n".
 std::string assembleMultipartBody(std::string_view boundary,
                                   const std::vector<MultipartPiece>& parts);
-std::string assembleMultipartBody(std::string_view boundary,
-                                  const std::vector<EDMessagePartPtr>& parts);
+MimeBody assembleMultipartBody(std::string_view boundary,
+                               const std::vector<EDMessagePartPtr>& parts);
 
 }  // namespace qb

@@ -22,13 +22,9 @@ void EDMessagePart::addToHeaderFields(std::string_view name, std::string_view fi
     headers_.setHeader(fieldBody, name);
 }
 
-std::string EDMessagePart::transferData() const {
-    const std::string head = headers_.foldedHeaderString();
-    std::string out;
-    out.reserve(head.size() + 4 + content_.size());
-    out += head;
-    out += "\r\n\r\n";
-    out += content_;
+MimeBody EDMessagePart::transferBody() const {
+    MimeBody out(headers_.foldedHeaderString() + "\r\n\r\n");
+    out.append(content_);
     return out;
 }
 

@@ -9,6 +9,7 @@
 
 #include "mailkit/MKMimeHeaders.h"
 #include "platform/Export.h"
+#include "mime/MimeBody.h"
 
 namespace qb {
 
@@ -19,8 +20,11 @@ class QB_API EDMessagePart {
     MKMimeHeaders& headers() { return headers_; }
     const MKMimeHeaders& headers() const { return headers_; }
 
-    const std::string& contentData() const { return content_; }
-    void setContentData(std::string content) { content_ = std::move(content); }
+    // The body, already transfer-encoded; contentData() is the same as one string.
+    const MimeBody& content() const { return content_; }
+    std::string contentData() const { return content_.str(); }
+    void setContent(MimeBody content) { content_ = std::move(content); }
+    void setContentData(std::string content) { content_ = MimeBody(std::move(content)); }
 
     /// The media type without parameters, lower case ("text/plain"); empty when unset.
     std::string contentType() const;
@@ -29,12 +33,14 @@ class QB_API EDMessagePart {
     /// the earlier value).
     void addToHeaderFields(std::string_view name, std::string_view fieldBody);
 
-    /// The entity as RFC 2822 bytes: header block, blank line, body.
-    std::string transferData() const;
+    /// The entity as RFC 2822 bytes: header block, blank line, body; transferData() is the
+    /// same as one string.
+    MimeBody transferBody() const;
+    std::string transferData() const { return transferBody().str(); }
 
   private:
     MKMimeHeaders headers_;
-    std::string content_;
+    MimeBody content_;
 };
 
 using EDMessagePartPtr = std::shared_ptr<EDMessagePart>;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The transfer encodings of exported bodies: the mail toolkit's Base64 and quoted-printable
-// coders with the line rules of RFC 2045.
+// coders with the line rules of RFC 2045, and the checks that choose between them.
 #include "mime/TransferEncoding.h"
 
 #include "mailkit/Base64.h"
@@ -15,22 +15,44 @@ namespace {
 constexpr size_t kBase64Line = 76;
 constexpr size_t kMaxLine = 998;
 
-bool lineEndsClean(std::string_view bytes, bool asciiOnly) {
-    size_t lineLength = 0;
-    for (size_t i = 0; i < bytes.size(); ++i) {
-        const auto c = static_cast<unsigned char>(bytes[i]);
-        if (c == 0 || (asciiOnly && c > 127)) return false;
-        if (c == '\r') {
-            if (i + 1 >= bytes.size() || bytes[i + 1] != '\n') return false;
-            ++i;
-            lineLength = 0;
-        } else if (c == '\n') {
-            return false;
-        } else if (++lineLength > kMaxLine) {
-            return false;
+// Reads text in stretches and remembers where a line stands, so a body checked piece by
+// piece gives the answer the whole text would.
+class LineCheck {
+  public:
+    explicit LineCheck(bool asciiOnly) : asciiOnly_(asciiOnly) {}
+    bool add(std::string_view bytes) {
+        for (const char ch : bytes) {
+            const auto c = static_cast<unsigned char>(ch);
+            if (afterCR_) {
+                if (c != '\n') return clean_ = false;
+                afterCR_ = false;
+                lineLength_ = 0;
+            } else if (c == 0 || (asciiOnly_ && c > 127) || c == '\n') {
+                return clean_ = false;
+            } else if (c == '\r') {
+                afterCR_ = true;
+            } else if (++lineLength_ > kMaxLine) {
+                return clean_ = false;
+            }
         }
+        return true;
     }
-    return true;
+    bool clean() const { return clean_ && !afterCR_; }
+
+  private:
+    bool asciiOnly_;
+    bool clean_ = true, afterCR_ = false;
+    size_t lineLength_ = 0;
+};
+
+bool lineEndsClean(const MimeBody& body, bool asciiOnly) {
+    LineCheck check(asciiOnly);
+    return body.write([&](std::string_view s) { return check.add(s); }) && check.clean();
+}
+
+bool lineEndsClean(std::string_view bytes, bool asciiOnly) {
+    LineCheck check(asciiOnly);
+    return check.add(bytes) && check.clean();
 }
 
 }  // namespace
@@ -61,6 +83,12 @@ bool isSevenBitClean(std::string_view bytes) {
 }
 bool isEightBitClean(std::string_view bytes) {
     return lineEndsClean(bytes, false);
+}
+bool isSevenBitClean(const MimeBody& body) {
+    return lineEndsClean(body, true);
+}
+bool isEightBitClean(const MimeBody& body) {
+    return lineEndsClean(body, false);
 }
 
 std::string quotedPrintableBody(std::string_view bytes) {

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "mime/MimeBody.h"
+
 namespace qb {
 
 // Base64 in lines of 76 characters joined by CR LF, no line break after the last.
@@ -17,6 +19,9 @@ std::string canonicalLineEnds(std::string_view text);
 // first form also asks for ASCII only.
 bool isSevenBitClean(std::string_view bytes);
 bool isEightBitClean(std::string_view bytes);
+// The same for a body, read piece by piece.
+bool isSevenBitClean(const MimeBody& body);
+bool isEightBitClean(const MimeBody& body);
 
 // Quoted-printable of bytes whose line breaks are CR LF: the breaks stay hard breaks, every
 // other line is cut with soft breaks so that no line exceeds 76 characters, and white space

@@ -24,8 +24,8 @@ QB_API std::optional<Bytes> readFileData(const std::string& path, std::string* e
                                          int* errorCode = nullptr,
                                          uint64_t maxSize = kDefaultMaxInputSize);
 
-/// How many times a mapped input was found cut short while it was read (the file shrank
-/// after it was mapped). The missing pages read as zeros instead of stopping the process, so
+/// How many times a mapped input was found cut short while this thread read it (the file
+/// shrank after it was mapped). The missing pages read as zeros instead of stopping the process, so
 /// a caller compares this before and after using an input to know that what it read is not
 /// the file.
 QB_API uint64_t mappedInputFaults();

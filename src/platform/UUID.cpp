@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// libuuid for random UUIDs; SHA-1 over a namespace of our own for the name-based ones.
+// libuuid for random UUIDs; SHA-1 over a namespace of our own for the name-based ones, called
+// directly rather than through EVP (which reads OpenSSL's configuration first).
+#define OPENSSL_SUPPRESS_DEPRECATED
 #include "platform/UUID.h"
 
-#include <openssl/evp.h>
+#include <openssl/sha.h>
 #include <uuid/uuid.h>
 
 #include <cstring>
@@ -26,25 +28,23 @@ constexpr unsigned char kNamespace[16] = {0x9F, 0x3A, 0x6C, 0x1E, 0x2B, 0x7D, 0x
 }  // namespace
 
 struct NameBasedUUID::State {
-    EVP_MD_CTX* context = EVP_MD_CTX_new();
-    ~State() { EVP_MD_CTX_free(context); }
+    SHA_CTX context;
 };
 
 NameBasedUUID::NameBasedUUID() : state_(std::make_unique<State>()) {
-    EVP_DigestInit_ex(state_->context, EVP_sha1(), nullptr);
-    EVP_DigestUpdate(state_->context, kNamespace, sizeof kNamespace);
+    SHA1_Init(&state_->context);
+    SHA1_Update(&state_->context, kNamespace, sizeof kNamespace);
 }
 
 NameBasedUUID::~NameBasedUUID() = default;
 
 void NameBasedUUID::add(std::string_view piece) {
-    EVP_DigestUpdate(state_->context, piece.data(), piece.size());
+    SHA1_Update(&state_->context, piece.data(), piece.size());
 }
 
 std::string NameBasedUUID::finish() {
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    unsigned int length = 0;
-    EVP_DigestFinal_ex(state_->context, digest, &length);
+    unsigned char digest[SHA_DIGEST_LENGTH];
+    SHA1_Final(digest, &state_->context);
     uuid_t id;
     std::memcpy(id, digest, sizeof id);
     id[6] = static_cast<unsigned char>((id[6] & 0x0F) | 0x50);  // version 5

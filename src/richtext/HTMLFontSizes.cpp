@@ -169,8 +169,7 @@ std::string cssWithFontSizesEnlarged(std::string_view css, double points) {
 }
 
 std::optional<std::string> htmlWithFontsEnlarged(std::string_view utf8Html, double points) {
-    static std::once_flag once;
-    std::call_once(once, [] { xmlInitParser(); });
+    initXmlParser();
     if (utf8Html.size() > static_cast<size_t>(INT32_MAX)) return std::nullopt;
 
     std::unique_ptr<xmlDoc, XmlDocDeleter> doc(htmlReadMemory(

@@ -361,6 +361,7 @@ class Reader {
 
 std::optional<StyledText> readHTML(std::string_view utf8Html) {
     if (utf8Html.size() > static_cast<size_t>(INT32_MAX)) return std::nullopt;
+    initXmlParser();
     std::unique_ptr<xmlDoc, XmlDocDeleter> doc(htmlReadMemory(
         utf8Html.data(), static_cast<int>(utf8Html.size()), nullptr, "UTF-8",
         HTML_PARSE_RECOVER | HTML_PARSE_NONET | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING));

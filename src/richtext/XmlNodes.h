@@ -2,10 +2,12 @@
 // Small helpers over libxml2's tree shared by the HTML readers and writers of the library.
 #pragma once
 
+#include <libxml/parser.h>
 #include <libxml/tree.h>
 
 #include <memory>
 #include <optional>
+#include <mutex>
 #include <string>
 
 namespace qb {
@@ -14,6 +16,13 @@ struct XmlDocDeleter {
     void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
 };
 using XmlDocPtr = std::unique_ptr<xmlDoc, XmlDocDeleter>;
+
+// libxml2's global set-up, done once before the first parse: worker threads may parse at
+// the same time, and the parser's own first-use set-up is not safe against that.
+inline void initXmlParser() {
+    static std::once_flag once;
+    std::call_once(once, [] { xmlInitParser(); });
+}
 
 // The value of attribute `name` of an element; empty when it has none.
 inline std::string xmlAttribute(xmlNode* node, const char* name) {
