@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Format dispatch for every program built on the library: the compound-file signature picks
-// the .msg reader, anything else is tried as TNEF.
+// the .msg reader, a mail opens the winmail.dat it carries, anything else is tried as TNEF.
 #include "api/OpenMessage.h"
 
 #include <fmt/format.h>
@@ -10,6 +10,7 @@
 
 #include "OXMSG/OXMessage.h"
 #include "OXMSG/cfb/CFBEntry.h"
+#include "api/TNEFInMail.h"
 #include "formats/QBFileFormat.h"
 #include "platform/Localized.h"
 #include "tnef/TNEFMessage.h"
@@ -21,6 +22,8 @@ namespace {
 constexpr const char* kUnrecognizedText =
     "It may be damaged or use a file format that Quillbox doesn't recognize.";
 constexpr const char* kNotAMessageText = "The file \"%@\" is not an Outlook message.";
+constexpr const char* kMailWithoutTNEFText =
+    "The file \"%@\" is a mail without a TNEF part (winmail.dat); \"quillbox mime\" shows it.";
 constexpr const char* kNotAMessageKindText = "The file \"%@\" is not an Outlook message: it is {}.";
 
 // What the file is instead, as its format's description says it ("a Microsoft Word
@@ -51,6 +54,46 @@ Expected<OpenedMessage> openCompoundFile(const Bytes& data) {
     return why;
 }
 
+bool hasTNEFSignature(const Bytes& data) {
+    static constexpr std::string_view kSignature("\x78\x9f\x3e\x22", 4);
+    return data.view().substr(0, kSignature.size()) == kSignature;
+}
+
+Expected<OpenedMessage> openTNEF(const Bytes& data, const Dictionary* mailHeaders) {
+    TNEFError error;
+    auto message = TNEFMessage::create(data, mailHeaders, &error);
+    // Neither failure has a place: the data is empty, or no stream was found anywhere in it.
+    if (!message) return ReadError{error.domain, error.code, error.description, std::nullopt};
+    return OpenedMessage{MessageFormat::TNEF, std::move(message)};
+}
+
+// The first TNEF part of the mail, opened with the mail's headers so they stand in for the
+// stream's own fields when the correlator matches. Further TNEF parts are named in warnings.
+std::optional<Expected<OpenedMessage>> openMail(const Bytes& data) {
+    registerBuiltinMimeParts();
+    const MimePartPtr root = MimePart::mimePartForData(withMailLineEnds(data));
+    const auto parts = tnefPartsOfMail(root);
+    if (parts.empty()) {
+        // A header block alone is no sign of a mail: TNEF data could start that way.
+        if (!root) return std::nullopt;
+        const auto& h = root->headers();
+        if (!h.firstHeaderForKey("From") && !h.firstHeaderForKey("Content-Type") &&
+            !h.firstHeaderForKey("MIME-Version"))
+            return std::nullopt;
+        return Expected<OpenedMessage>(
+            ReadError{"QBErrorDomain", 0, localized(kMailWithoutTNEFText), std::nullopt});
+    }
+    // The decoded part owns a new buffer when it was Base64; the message's Bytes keep it.
+    const auto content = parts.front()->decodedContent();
+    const Dictionary headers = tnefHeaderDictionary(root);
+    auto opened = openTNEF(content.value_or(Bytes()), &headers);
+    if (opened)
+        for (size_t i = 1; i < parts.size(); ++i)
+            opened->message->report()->warn(
+                fmt::format("a further TNEF part ({}) was not read", i + 1));
+    return opened;
+}
+
 }  // namespace
 
 const char* formatName(MessageFormat format) {
@@ -59,13 +102,10 @@ const char* formatName(MessageFormat format) {
 
 Expected<OpenedMessage> openMessage(Bytes data) {
     if (CFBEntry::hasSignature(data)) return openCompoundFile(data);
-    // Anything that is not a compound file is tried as TNEF, which also finds a stream
-    // embedded in other bytes.
-    TNEFError error;
-    auto message = TNEFMessage::create(data, nullptr, &error);
-    // Neither failure has a place: the data is empty, or no stream was found anywhere in it.
-    if (!message) return ReadError{error.domain, error.code, error.description, std::nullopt};
-    return OpenedMessage{MessageFormat::TNEF, std::move(message)};
+    if (!hasTNEFSignature(data) && looksLikeMail(data))
+        if (auto mail = openMail(data)) return std::move(*mail);
+    // Anything else is tried as TNEF, which also finds a stream embedded in other bytes.
+    return openTNEF(data, nullptr);
 }
 
 Expected<Bytes> readInput(const std::string& path, uint64_t maxSize) {

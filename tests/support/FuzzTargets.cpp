@@ -11,6 +11,9 @@
 #include <cstdlib>
 
 #include "api/MessageView.h"
+#include "api/MailDate.h"
+#include "api/OpenMessage.h"
+#include "api/TNEFInMail.h"
 #include "exporters/CalendarRecurrence.h"
 #include "exporters/CalendarTimeZone.h"
 #include "exporters/HTMLNesting.h"
@@ -139,6 +142,7 @@ bool fuzzMailkit(const Bytes& input) {
     (void)stringByEscapingForAsciiHTML(s);
     (void)emailAddressValidate(s);
     (void)MKEmailAddress::emailAddressesFromHeaderValue(s);
+    (void)parseMailDate(s);
     (void)MKEmailAddress::fromCommentedAddress(s);
     (void)Address::addressesFormAttendeesString(std::string(s));
     MKMessageHeaders headers(s);
@@ -163,10 +167,14 @@ bool fuzzFormats(const Bytes& input) {
 }
 
 bool fuzzExport(const Bytes& input) {
-    if (input.view().starts_with(kCompoundFileSignature))
+    if (input.view().starts_with(kCompoundFileSignature)) {
         exportAll(OXMessage::create(input));
-    else
+    } else if (looksLikeMail(input)) {
+        // A mail goes through the front door, which opens the winmail.dat it carries.
+        if (auto opened = openMessage(input)) exportAll(opened->message);
+    } else {
         exportAll(TNEFMessage::create(input, nullptr, true, nullptr));
+    }
     // The HTML step on its own, with the input as markup.
     (void)htmlWithFontsEnlarged(input.view(), 2.0);
     // The nesting scan that decides whether the HTML step may read a body.
