@@ -19,18 +19,6 @@ namespace qb::cli {
 
 namespace {
 
-// The folder for one input: the file's name without its extension.
-std::string folderNameFor(const std::string& file) {
-    if (file == "-") return "stdin";
-    std::string name = file;
-    while (name.size() > 1 && name.back() == '/')
-        name.pop_back();
-    if (const size_t slash = name.find_last_of('/'); slash != std::string::npos)
-        name.erase(0, slash + 1);
-    if (const size_t dot = name.rfind('.'); dot != std::string::npos && dot > 0) name.erase(dot);
-    return name;
-}
-
 struct Totals {
     size_t done = 0, failed = 0, files = 0;
     uint64_t bytes = 0;
@@ -50,7 +38,8 @@ int extractMessage(const OpenedInput& in, int parentFd, const std::string& paren
     options.fileFailed = [&](const std::string& path, int error) {
         reportFailure(in.path, fmt::format("{}: {}", path, std::strerror(error)));
     };
-    auto result = exportToFolder(in.message, parentFd, parent, folderNameFor(in.path), options);
+    auto result =
+        exportToFolder(in.message, parentFd, parent, folderNameForInput(in.path), options);
     if (!result) {
         reportFailure(in.path, result.error());
         return kExitFailed;

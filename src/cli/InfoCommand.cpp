@@ -4,11 +4,11 @@
 
 #include <cstdio>
 
+#include "api/MessageInfo.h"
 #include "cli/Commands.h"
 #include "cli/MessageInput.h"
 #include "cli/MessageSummary.h"
 #include "cli/OutputFile.h"
-#include "platform/Dictionary.h"
 
 namespace qb::cli {
 
@@ -30,42 +30,18 @@ class Printer {
     bool failed_ = false;
 };
 
-// Warnings as info --json lists them.
-Dictionary warningsJSON(const ReadReport& report) {
-    Dictionary list = Dictionary::array();
-    for (const auto& w : report.warnings()) {
-        Dictionary item;
-        item["text"] = w.text;
-        item["offset"] = w.offset ? Dictionary(*w.offset) : Dictionary(nullptr);
-        list.push_back(std::move(item));
-    }
-    return list;
-}
-
 int infoOf(const std::string& file, bool json, Printer& print) {
     OpenedInput in = openInput(file);
     if (!in.message) {
         if (json) {
-            Dictionary line;
-            line["file"] = file;
-            line["error"] = errorJSON(in);
-            print(line.dump(-1, ' ', false, Dictionary::error_handler_t::replace) + "\n");
+            print(infoLine(errorRecord(file, *in.error)) + "\n");
         } else {
             reportFailure(file, *in.error);
         }
         return finishInput(in, kExitFailed);
     }
     if (json) {
-        Dictionary line;
-        line["file"] = file;
-        line["format"] = formatName(in.format);
-        line["message"] = messageJSON(*in.message);
-        const auto& report = *in.message->report();
-        if (report.partial()) {
-            line["partial"] = true;
-            line["warnings"] = warningsJSON(report);
-        }
-        print(line.dump(-1, ' ', false, Dictionary::error_handler_t::replace) + "\n");
+        print(infoLine(infoRecord(file, in.format, *in.message)) + "\n");
     } else {
         print(fmt::format("{} ({})\n", file, formatName(in.format)) + messageText(*in.message, 1));
     }
