@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Configures and builds into a build folder (default: build). QB_SANITIZE=1 builds with
-# AddressSanitizer and UndefinedBehaviorSanitizer.
+# AddressSanitizer and UndefinedBehaviorSanitizer; QB_PYTHON=0 leaves out the Python module.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 dir=${1:-build}
 "$PWD/scripts/install-deps.sh"
-cmake -S . -B "$dir" -G Ninja -DQB_SANITIZE="${QB_SANITIZE:-0}" >/dev/null
+cmake -S . -B "$dir" -G Ninja -DQB_SANITIZE="${QB_SANITIZE:-0}" -DQB_PYTHON="${QB_PYTHON:-1}" \
+  -DPYTHON_EXECUTABLE=/usr/bin/python3 >/dev/null
 cmake --build "$dir" -j2
