@@ -49,21 +49,46 @@ std::string shownName(const MessageObject& m) {
     return m.file.value_or("-");
 }
 
-py::object jsonLoads(const std::string& line) {
-    static PyObject* loads = nullptr;  // held for the interpreter's lifetime
-    if (!loads) loads = py::object(py::module_::import("json").attr("loads")).release().ptr();
-    return py::reinterpret_borrow<py::object>(loads)(text(line));
+// The record as Python values, made directly rather than through a JSON text: this is most
+// of what info() costs beyond reading.
+py::object toPython(const Dictionary& value) {
+    switch (value.type()) {
+        case Dictionary::value_t::object: {
+            py::dict d;
+            for (const auto& item : value.items())
+                d[text(item.key())] = toPython(item.value());
+            return d;
+        }
+        case Dictionary::value_t::array: {
+            py::list l(value.size());
+            size_t i = 0;
+            for (const auto& element : value)
+                l[i++] = toPython(element);
+            return l;
+        }
+        case Dictionary::value_t::string:
+            return text(value.get_ref<const std::string&>());
+        case Dictionary::value_t::boolean:
+            return py::bool_(value.get<bool>());
+        case Dictionary::value_t::number_unsigned:
+            return py::int_(value.get<uint64_t>());
+        case Dictionary::value_t::number_integer:
+            return py::int_(value.get<int64_t>());
+        case Dictionary::value_t::number_float:
+            return py::float_(value.get<double>());
+        default:
+            return py::none();
+    }
 }
 
 py::object info(const MessageObject& m) {
-    std::string line;
+    Dictionary record;
     {
         py::gil_scoped_release unlocked;
-        Dictionary record = infoRecord(shownName(m), m.format, *m.message);
+        record = infoRecord(shownName(m), m.format, *m.message);
         if (!m.file) record["file"] = nullptr;
-        line = infoLine(record);
     }
-    return jsonLoads(line);
+    return toPython(record);
 }
 
 py::object toEml(const MessageObject& m) {
@@ -179,7 +204,17 @@ MessageObject openSource(const py::object& source, const std::optional<std::stri
         // The caller may change its buffer later; the message keeps a copy of its own.
         py::buffer_info view = py::buffer(source).request();
         data.emplace(Bytes::copy(view.ptr, static_cast<size_t>(view.size * view.itemsize)));
+    } else if (PyUnicode_Check(source.ptr()) && PyUnicode_AsUTF8(source.ptr())) {
+        // The common case, a str path, without a round through the os module.
+        if (!file) file = source.cast<std::string>();
+        py::object encoded =
+            py::reinterpret_steal<py::object>(PyUnicode_EncodeFSDefault(source.ptr()));
+        if (!encoded) throw py::error_already_set();
+        const std::string bytesPath = encoded.cast<std::string>();
+        py::gil_scoped_release unlocked;
+        data.emplace(readInput(bytesPath));
     } else {
+        PyErr_Clear();  // a str that is not UTF-8 (surrogate escapes) goes the long way
         py::module_ os = py::module_::import("os");
         py::object path = os.attr("fspath")(source);
         const std::string bytesPath = os.attr("fsencode")(path).cast<std::string>();
