@@ -289,5 +289,6 @@ run_rich
 # The hostile section stays until bench/run.sh --hostile writes it again.
 [[ -f bench/results.md ]] && sed -n '/^## Hostile inputs/,$p' bench/results.md >>"$work/results.md"
 cp "$work/results.md" bench/results.md
+/usr/bin/python3 bench/python_bench.py "$work/in/small" >/dev/null  # its own section of results.md
 cat bench/results.md
 [[ -n "$keep" ]] || rm -rf "$work"

@@ -3,7 +3,8 @@
 // "--large N", also a winmail.dat of N attachments of 50 000 bytes and a .msg of N
 // attachments of 100 000 bytes (for measurements); with "--bench", the benchmark's inputs:
 // two sizes each of a large winmail.dat and a large .msg, and a folder of 5 000 small
-// messages; with "--hostile", the crafted hostile inputs at two sizes each (name-1, name-2).
+// messages; with "--small N", only N of those small messages (in DIR/small); with
+// "--hostile", the crafted hostile inputs at two sizes each (name-1, name-2).
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -29,6 +30,18 @@ bool writeFile(const std::string& path, const std::string& data) {
     return true;
 }
 
+// `count` small messages, every other one a winmail.dat and a .msg of three attachments.
+bool writeSmallMessages(const std::string& folder, int count) {
+    const std::string smallTNEF = qb::test::sampleWinmail();
+    const std::string smallMsg = qb::test::largeMsg(3, 3000);
+    for (int i = 0; i < count; ++i) {
+        const std::string name = folder + "/" + std::to_string(i);
+        if (!(i % 2 ? writeFile(name + ".msg", smallMsg) : writeFile(name + ".dat", smallTNEF)))
+            return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -48,14 +61,11 @@ int main(int argc, char** argv) {
             !writeFile(dir + "/msg-500.msg", largeMsg(500, 200000)) ||
             !writeFile(dir + "/msg-1000.msg", largeMsg(1000, 200000)))
             return 1;
-        const std::string smallTNEF = qb::test::sampleWinmail();
-        const std::string smallMsg = largeMsg(3, 3000);
-        for (int i = 0; i < 5000; ++i) {
-            const std::string name = dir + "/small/" + std::to_string(i);
-            if (!(i % 2 ? writeFile(name + ".msg", smallMsg) : writeFile(name + ".dat", smallTNEF)))
-                return 1;
-        }
+        if (!writeSmallMessages(dir + "/small", 5000)) return 1;
     }
+    if (argc > 3 && std::strcmp(argv[2], "--small") == 0 &&
+        !writeSmallMessages(dir + "/small", std::atoi(argv[3])))
+        return 1;
     if (argc > 2 && std::strcmp(argv[2], "--hostile") == 0) {
         namespace t = qb::test;
         for (size_t k : {1, 2}) {

@@ -17,6 +17,7 @@ packages=(
   libgtest-dev libgmock-dev
   python3 python3-icalendar python3-vobject
   chromium fonts-noto-cjk
+  pybind11-dev python3-pybind11 python3-dev python3-pytest python3-dask python3-distributed
 )
 # Extra packages a caller needs (the fuzz script asks for clang and its runtime).
 read -r -a extra <<< "${QB_EXTRA_PACKAGES:-}"

@@ -193,6 +193,17 @@ Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage
     return result;
 }
 
+std::string folderNameForInput(const std::string& file) {
+    if (file == "-") return "stdin";
+    std::string name = file;
+    while (name.size() > 1 && name.back() == '/')
+        name.pop_back();
+    if (const size_t slash = name.find_last_of('/'); slash != std::string::npos)
+        name.erase(0, slash + 1);
+    if (const size_t dot = name.rfind('.'); dot != std::string::npos && dot > 0) name.erase(dot);
+    return name;
+}
+
 Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage>& message,
                                       const std::string& parentPath, const std::string& folderName,
                                       const FolderExportOptions& options) {

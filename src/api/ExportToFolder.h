@@ -57,6 +57,10 @@ struct QB_API FolderExport {
     std::optional<uint64_t> budgetExceeded;
 };
 
+/// The folder name for an input file: its name without folders and extension ("stdin" for
+/// "-").
+QB_API std::string folderNameForInput(const std::string& file);
+
 /// Makes a new folder called `folderName` (made safe, numbered when taken, never reused)
 /// inside the folder open as `parentFd` (shown as `parentPath`) and writes every export of the
 /// message into it, under safe names that never replace a file; each file is written whole or

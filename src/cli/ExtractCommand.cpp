@@ -27,18 +27,6 @@ namespace qb::cli {
 
 namespace {
 
-// The folder for one input: the file's name without its extension.
-std::string folderNameFor(const std::string& file) {
-    if (file == "-") return "stdin";
-    std::string name = file;
-    while (name.size() > 1 && name.back() == '/')
-        name.pop_back();
-    if (const size_t slash = name.find_last_of('/'); slash != std::string::npos)
-        name.erase(0, slash + 1);
-    if (const size_t dot = name.rfind('.'); dot != std::string::npos && dot > 0) name.erase(dot);
-    return name;
-}
-
 // The folder names of all inputs, decided before any runs: an input whose name an earlier
 // one has is numbered here, so that which of them gets which folder does not depend on
 // which worker is first.
@@ -47,7 +35,7 @@ std::vector<std::string> folderNamesFor(const std::vector<InputFile>& inputs) {
     std::vector<std::string> names;
     names.reserve(inputs.size());
     for (const auto& input : inputs) {
-        const std::string safe = safeFilename(folderNameFor(input.path), "message");
+        const std::string safe = safeFilename(folderNameForInput(input.path), "message");
         for (unsigned n = 1;; ++n) {
             std::string candidate = numberedFilename(safe, n);
             if (taken.insert(candidate).second) {

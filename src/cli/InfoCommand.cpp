@@ -9,6 +9,7 @@
 #include <optional>
 #include <vector>
 
+#include "api/MessageInfo.h"
 #include "cli/Commands.h"
 #include "cli/HeldOutput.h"
 #include "cli/InputFiles.h"
@@ -16,7 +17,6 @@
 #include "cli/MessageSummary.h"
 #include "cli/OutputFile.h"
 #include "cli/WorkerPool.h"
-#include "platform/Dictionary.h"
 
 namespace qb::cli {
 
@@ -39,18 +39,6 @@ class Printer {
     std::atomic<bool> failed_{false};
 };
 
-// Warnings as info --json lists them.
-Dictionary warningsJSON(const ReadReport& report) {
-    Dictionary list = Dictionary::array();
-    for (const auto& w : report.warnings()) {
-        Dictionary item;
-        item["text"] = w.text;
-        item["offset"] = w.offset ? Dictionary(*w.offset) : Dictionary(nullptr);
-        list.push_back(std::move(item));
-    }
-    return list;
-}
-
 // One input's summary; a file found by walking a folder that holds no message is only
 // marked `skipped`.
 int infoOf(const InputFile& input, bool json, Printer& print, bool& skipped) {
@@ -62,26 +50,14 @@ int infoOf(const InputFile& input, bool json, Printer& print, bool& skipped) {
             return kExitOK;
         }
         if (json) {
-            Dictionary line;
-            line["file"] = file;
-            line["error"] = errorJSON(in);
-            print(line.dump(-1, ' ', false, Dictionary::error_handler_t::replace) + "\n");
+            print(infoLine(errorRecord(file, *in.error)) + "\n");
         } else {
             reportFailure(file, *in.error);
         }
         return finishInput(in, kExitFailed);
     }
     if (json) {
-        Dictionary line;
-        line["file"] = file;
-        line["format"] = formatName(in.format);
-        line["message"] = messageJSON(*in.message);
-        const auto& report = *in.message->report();
-        if (report.partial()) {
-            line["partial"] = true;
-            line["warnings"] = warningsJSON(report);
-        }
-        print(line.dump(-1, ' ', false, Dictionary::error_handler_t::replace) + "\n");
+        print(infoLine(infoRecord(file, in.format, *in.message)) + "\n");
     } else {
         print(fmt::format("{} ({})\n", file, formatName(in.format)) + messageText(*in.message, 1));
     }

@@ -4,16 +4,12 @@
 
 #include <string>
 
-#include "cli/MessageInput.h"
 #include "model/OutlookMessage.h"
-#include "platform/Dictionary.h"
 
 namespace qb::cli {
 
-// The `info` view of a message, as JSON (the schema in the README) and as text. Nested
-// messages are included recursively.
-Dictionary messageJSON(const OutlookMessage& message);
+// The `info` view of a message as text (its JSON is api/MessageInfo.h). Nested messages are
+// included recursively.
 std::string messageText(const OutlookMessage& message, int indent);
-Dictionary errorJSON(const OpenedInput& input);
 
 }  // namespace qb::cli

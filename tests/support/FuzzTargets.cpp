@@ -5,13 +5,13 @@
 #include <cstdlib>
 #include <string>
 
+#include <cstdlib>
 #include "OXMSG/OXMessage.h"
 #include "OXMSG/cfb/CFBEntry.h"
 #include "OXMSG/cfb/CompoundFileCopy.h"
-#include <cstdlib>
 
-#include "api/MessageView.h"
 #include "api/MailDate.h"
+#include "api/MessageView.h"
 #include "api/OpenMessage.h"
 #include "api/TNEFInMail.h"
 #include "exporters/CalendarRecurrence.h"

@@ -1,0 +1,136 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Times the Python module against the command line on many small messages, and one thread
+or Dask worker against two. Writes the "From Python" section of bench/results.md.
+
+    bench/python_bench.py SMALL_DIR [--build BUILD] [--runs N]
+
+SMALL_DIR holds the small messages (`build/make-samples DIR --small 5000` writes them to
+DIR/small). Times are wall clock, median of N runs (default 3), after one warm-up pass.
+"""
+
+import argparse
+import concurrent.futures
+import datetime
+import os
+import pathlib
+import re
+import statistics
+import subprocess
+import sys
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parents[1]
+
+
+def cpu_seconds():
+    """CPU time of this process and of the children it has waited for."""
+    t = os.times()
+    return t.user + t.system + t.children_user + t.children_system
+
+
+def median_time(runs, work):
+    """(wall, CPU) seconds, each the median of `runs`. CPU time shows the cost per core even
+    when other work on the machine stretches the wall clock."""
+    work()  # warm-up: page cache, imports
+    walls, cpus = [], []
+    for _ in range(runs):
+        start, cpu = time.perf_counter(), cpu_seconds()
+        work()
+        walls.append(time.perf_counter() - start)
+        cpus.append(cpu_seconds() - cpu)
+    return statistics.median(walls), statistics.median(cpus)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("small_dir")
+    parser.add_argument("--build", default=str(ROOT / "build"))
+    parser.add_argument("--runs", type=int, default=3)
+    args = parser.parse_args()
+    sys.path.insert(0, str(pathlib.Path(args.build) / "python"))
+    import quillbox
+
+    files = sorted(str(p) for p in pathlib.Path(args.small_dir).iterdir() if p.is_file())
+    quillbox_cli = str(pathlib.Path(args.build) / "quillbox")
+
+    def cli():
+        subprocess.run([quillbox_cli, "info", "--json", *files], check=True,
+                       stdout=subprocess.DEVNULL)
+
+    def info(path):
+        return quillbox.open(path).info()
+
+    def threads(n):
+        def run():
+            with concurrent.futures.ThreadPoolExecutor(max_workers=n) as pool:
+                for _ in pool.map(info, files, chunksize=64):
+                    pass
+        return run
+
+    rows = []
+    t_cli, c_cli = median_time(args.runs, cli)
+    rows.append(("quillbox info --json (one process)", t_cli, c_cli))
+    t_loop, c_loop = median_time(args.runs, lambda: [info(f) for f in files])
+    rows.append(("Python: open(f).info() in a loop", t_loop, c_loop))
+    t1, c1 = median_time(args.runs, threads(1))
+    rows.append(("Python: 1 thread (ThreadPoolExecutor)", t1, c1))
+    t2, c2 = median_time(args.runs, threads(2))
+    rows.append(("Python: 2 threads", t2, c2))
+
+    # Dask: the batch script without extraction; its own report excludes cluster start-up.
+    def dask_seconds(workers):
+        out = pathlib.Path(os.environ.get("TMPDIR", "/tmp")) / f"qb-dask-bench-{os.getpid()}"
+        env = dict(os.environ, PYTHONPATH=str(pathlib.Path(args.build) / "python"))
+        seconds = []
+        for _ in range(args.runs):
+            subprocess.run(["rm", "-rf", str(out)], check=True)
+            run = subprocess.run([sys.executable, str(ROOT / "examples" / "dask_batch.py"),
+                                  args.small_dir, "-o", str(out), "--workers", str(workers),
+                                  "--no-extract"], env=env, capture_output=True, text=True)
+            found = re.search(r"failed, ([0-9.]+) s", run.stderr)
+            if not found:
+                sys.exit("dask_batch.py failed:\n" + run.stderr)
+            seconds.append(float(found.group(1)))
+        subprocess.run(["rm", "-rf", str(out)], check=True)
+        return statistics.median(seconds)
+
+    d1 = dask_seconds(1)
+    rows.append(("Dask: dask_batch.py --no-extract, 1 worker", d1, None))
+    d2 = dask_seconds(2)
+    rows.append(("Dask: 2 workers", d2, None))
+
+    load = " ".join(f"{x:.2f}" for x in os.getloadavg())
+    lines = [
+        "## From Python",
+        "",
+        f"`bench/python_bench.py`: {len(files)} small messages (half winmail.dat, half .msg), "
+        f"wall clock, median of {args.runs} after a warm-up; {os.cpu_count()} cores; "
+        f"{datetime.date.today()}; load average at the end: {load}.",
+        "",
+        "| what | wall s | files/s | CPU s | files per CPU second |",
+        "|---|---|---|---|---|",
+    ]
+    for name, t, c in rows:
+        cpu = f"{c:.2f} | {len(files) / c:.0f}" if c else "- | -"
+        lines.append(f"| {name} | {t:.2f} | {len(files) / t:.0f} | {cpu} |")
+    lines += [
+        "",
+        f"Wall clock: Python over the command line ×{t_loop / t_cli:.2f}; 2 threads over 1: "
+        f"×{t1 / t2:.2f} faster; 2 Dask workers over 1: ×{d1 / d2:.2f} faster. CPU time: Python "
+        f"over the command line ×{c_loop / c_cli:.2f}.",
+        "",
+    ]
+    section = "\n".join(lines)
+    print(section)
+    results = ROOT / "bench" / "results.md"
+    text = results.read_text() if results.exists() else "# Benchmark results\n"
+    # Replace our own section (up to the next one), or add it at the end.
+    pattern = re.compile(r"## From Python\n.*?(?=^## |\Z)", re.S | re.M)
+    text = pattern.sub(lambda _: section + "\n", text) if pattern.search(text) else (
+        text.rstrip("\n") + "\n\n" + section)
+    results.write_text(text)
+
+
+if __name__ == "__main__":
+    main()

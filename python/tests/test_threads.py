@@ -1,0 +1,59 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Many Python threads reading at once: the GIL is released while files are read and
+exported, so results must not depend on what other threads do meanwhile."""
+
+import concurrent.futures
+import hashlib
+import threading
+
+import quillbox
+from conftest import corpus_files
+
+
+def summary(path):
+    """Everything a caller reads of a file: its record, bodies, attachment bytes, its .eml."""
+    try:
+        m = quillbox.open(path)
+    except quillbox.Error as e:
+        return ("error", e.info())
+    bodies = m.bodies
+    attachments = [(a.filename, a.size, hashlib.sha256(a.data).hexdigest() if a.data else None)
+                   for a in m.attachments]
+    try:
+        eml = hashlib.sha256(m.to_eml()).hexdigest()
+    except quillbox.Error as e:
+        eml = e.info()
+    return (m.info(), bodies.plain, bodies.html, bodies.rtf, attachments, eml,
+            [a.name for a in m.to], m.date)
+
+
+def inputs(samples):
+    return corpus_files() + samples["small"][:40] + [samples["tnef"]]
+
+
+def test_eight_threads_give_what_one_thread_gives(samples):
+    files = inputs(samples) * 3
+    one = [summary(f) for f in files]
+    with concurrent.futures.ThreadPoolExecutor(max_workers=8) as pool:
+        many = list(pool.map(summary, files))
+    assert many == one
+
+
+def test_threads_share_one_message(samples):
+    m = quillbox.open(samples["tnef"])
+    expected = (m.info(), m.to_eml(), bytes(m.attachments[0].data))
+    results = []
+    lock = threading.Lock()
+
+    def work():
+        for _ in range(20):
+            got = (m.info(), m.to_eml(), bytes(m.attachments[0].data))
+            with lock:
+                results.append(got)
+
+    threads = [threading.Thread(target=work) for _ in range(8)]
+    for t in threads:
+        t.start()
+    for t in threads:
+        t.join()
+    assert len(results) == 160 and all(r == expected for r in results)
