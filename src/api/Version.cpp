@@ -7,9 +7,9 @@
 
 #include <libxml/globals.h>
 #include <unicode/uversion.h>
-#include <zip.h>
 
 #include "api/QBVersion.h"
+#include "formats/ContainerEntries.h"
 
 namespace qb {
 
@@ -40,7 +40,7 @@ std::string libxml2Version() {
 }  // namespace
 
 std::vector<DependencyVersion> runtimeDependencyVersions() {
-    return {{"ICU", icuVersion()}, {"libxml2", libxml2Version()}, {"libzip", zip_libzip_version()}};
+    return {{"ICU", icuVersion()}, {"libxml2", libxml2Version()}, {"libzip", zipLibraryVersion().value_or("not found")}};
 }
 
 }  // namespace qb

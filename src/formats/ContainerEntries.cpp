@@ -27,6 +27,7 @@ struct ZipLibrary {
     decltype(&::zip_get_num_entries) zip_get_num_entries = nullptr;
     decltype(&::zip_get_name) zip_get_name = nullptr;
     decltype(&::zip_discard) zip_discard = nullptr;
+    decltype(&::zip_libzip_version) zip_libzip_version = nullptr;
     bool loaded = false;
 };
 
@@ -50,12 +51,19 @@ const ZipLibrary& zipLibrary() {
         resolve(lib.zip_get_num_entries, "zip_get_num_entries");
         resolve(lib.zip_get_name, "zip_get_name");
         resolve(lib.zip_discard, "zip_discard");
+        resolve(lib.zip_libzip_version, "zip_libzip_version");
         lib.loaded = all;
     });
     return lib;
 }
 
 }  // namespace
+
+std::optional<std::string> zipLibraryVersion() {
+    const ZipLibrary& lib = zipLibrary();
+    if (!lib.loaded) return std::nullopt;
+    return std::string(lib.zip_libzip_version());
+}
 
 std::vector<std::string> zipEntryNames(const Bytes& data) {
     std::vector<std::string> names;

@@ -3,6 +3,7 @@
 // a .zip, or a .msg from a .doc.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,5 +15,8 @@ namespace qb {
 // damaged), and of the top-level entries of a compound file.
 std::vector<std::string> zipEntryNames(const Bytes& data);
 std::vector<std::string> compoundFileEntryNames(const Bytes& data);
+
+// The version of the libzip opened for zipEntryNames; nullopt when it cannot be loaded.
+std::optional<std::string> zipLibraryVersion();
 
 }  // namespace qb
