@@ -80,8 +80,9 @@ std::optional<Expected<OpenedMessage>> openMail(const Bytes& data) {
         if (!h.firstHeaderForKey("From") && !h.firstHeaderForKey("Content-Type") &&
             !h.firstHeaderForKey("MIME-Version"))
             return std::nullopt;
-        return Expected<OpenedMessage>(
-            ReadError{"QBErrorDomain", 0, localized(kMailWithoutTNEFText), std::nullopt});
+        return Expected<OpenedMessage>(ReadError{kOpenMessageErrorDomain,
+                                                 kOpenMessageErrorMailWithoutTNEF,
+                                                 localized(kMailWithoutTNEFText), std::nullopt});
     }
     // The decoded part owns a new buffer when it was Base64; the message's Bytes keep it.
     const auto content = parts.front()->decodedContent();

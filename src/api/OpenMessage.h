@@ -15,6 +15,10 @@
 
 namespace qb {
 
+/// The front door's own errors: a mail (.eml) that carries no TNEF part to open.
+inline constexpr const char* kOpenMessageErrorDomain = "QBErrorDomain";
+inline constexpr int kOpenMessageErrorMailWithoutTNEF = 1;
+
 enum class MessageFormat { TNEF, MSG };
 
 /// "tnef" or "msg".

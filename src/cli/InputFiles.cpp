@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "OXMSG/OXMessage.h"
+#include "api/OpenMessage.h"
 #include "tnef/TNEFError.h"
 
 namespace qb::cli {
@@ -48,6 +49,9 @@ InputList inputFiles(const std::vector<std::string>& args, bool recursive) {
 bool isNotAMessage(const ReadError& error) {
     if (error.domain == kTNEFErrorDomain)
         return error.code == kTNEFErrorUnrecognized || error.code == kTNEFErrorEmpty;
+    // A mail without winmail.dat is a message, but not one of those `info` and `extract` read.
+    if (error.domain == kOpenMessageErrorDomain)
+        return error.code == kOpenMessageErrorMailWithoutTNEF;
     // A compound file that holds no message properties fails without an offset; a damaged
     // message says where reading stopped.
     return error.domain == kOXMessageErrorDomain && error.code == kOXMessageErrorUnreadable &&
