@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "exporters/QBMailTemplate.h"
 #include "model/OutlookMessage.h"
 #include "platform/Export.h"
+#include "platform/FileIcon.h"
 #include "platform/ReadError.h"
 
 namespace qb {

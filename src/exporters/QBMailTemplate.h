@@ -17,10 +17,6 @@
 
 namespace qb {
 
-// The picture shown for an attachment of this file name, as PNG bytes; nothing leaves the
-// picture out.
-using FileIconSource = std::function<std::optional<Bytes>(std::string_view fileName)>;
-
 // The link scheme of the attachment icons: "quillbox://N", N the attachment exporter's index.
 inline constexpr std::string_view kAttachmentLinkScheme = "quillbox://";
 

@@ -8,8 +8,8 @@
 #include <string_view>
 
 #include "mailkit/MKMimeHeaders.h"
-#include "platform/Export.h"
 #include "mime/MimeBody.h"
+#include "platform/Export.h"
 
 namespace qb {
 

@@ -12,13 +12,14 @@
 #include <vector>
 
 #include "platform/Bytes.h"
+#include "platform/Export.h"
 
 namespace qb {
 
 // Takes the next stretch of output; false stops the writing.
 using MimeSink = std::function<bool(std::string_view)>;
 
-class MimeBody {
+class QB_API MimeBody {
   public:
     MimeBody() = default;
     explicit MimeBody(std::string text);
@@ -53,7 +54,7 @@ class MimeBody {
 
 // Base64 in 76-character lines joined by CR LF, for bytes that arrive in stretches of any
 // length; the lines go to the sink in stretches of about 64 KB.
-class Base64LineWriter {
+class QB_API Base64LineWriter {
   public:
     explicit Base64LineWriter(const MimeSink& sink) : sink_(sink) {}
     bool add(std::string_view bytes);
