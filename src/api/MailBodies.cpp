@@ -5,6 +5,7 @@
 
 #include <string_view>
 
+#include "mailkit/MailKitStrings.h"
 #include "mailkit/MimeEncoding.h"
 #include "mime/MimeConstants.h"
 #include "platform/AsciiCase.h"
@@ -13,25 +14,17 @@ namespace qb {
 
 namespace {
 
-std::string_view trimmedView(std::string_view text) {
-    while (!text.empty() && (text.front() == ' ' || text.front() == '\t'))
-        text.remove_prefix(1);
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\t'))
-        text.remove_suffix(1);
-    return text;
-}
-
 // The value of a "name=" parameter of a header value, unquoted.
 std::string parameterValue(std::string_view value, std::string_view name) {
     size_t start = value.find(';');
     while (start != std::string_view::npos) {
         std::string_view piece = value.substr(start + 1);
         const size_t end = piece.find(';');
-        piece = trimmedView(piece.substr(0, end));
+        piece = trimmedBlanks(piece.substr(0, end));
         const size_t eq = piece.find('=');
         if (eq != std::string_view::npos &&
-            lowercasedASCII(trimmedView(piece.substr(0, eq))) == name) {
-            std::string_view v = trimmedView(piece.substr(eq + 1));
+            lowercasedASCII(trimmedBlanks(piece.substr(0, eq))) == name) {
+            std::string_view v = trimmedBlanks(piece.substr(eq + 1));
             if (v.size() >= 2 && v.front() == '"' && v.back() == '"') v = v.substr(1, v.size() - 2);
             return std::string(v);
         }
@@ -44,7 +37,7 @@ std::string parameterValue(std::string_view value, std::string_view name) {
 bool isAttachment(const MimePart& part) {
     const auto& disposition = part.contentDisposition();
     if (auto type = disposition.find("type");
-        type != disposition.end() && lowercasedASCII(trimmedView(type->second)) == "attachment")
+        type != disposition.end() && lowercasedASCII(trimmedBlanks(type->second)) == "attachment")
         return true;
     return !mimePartName(part).empty();
 }

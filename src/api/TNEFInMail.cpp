@@ -9,6 +9,7 @@
 #include "api/MailBodies.h"
 #include "api/MailDate.h"
 #include "mailkit/MKEmailAddress.h"
+#include "mailkit/MailKitStrings.h"
 #include "mailkit/MimeEncoding.h"
 #include "platform/AsciiCase.h"
 
@@ -20,18 +21,10 @@ bool isFieldNameChar(unsigned char c) {
     return c > 32 && c < 127 && c != ':';
 }
 
-std::string_view trimmedView(std::string_view text) {
-    while (!text.empty() && (text.front() == ' ' || text.front() == '\t'))
-        text.remove_prefix(1);
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\t'))
-        text.remove_suffix(1);
-    return text;
-}
-
 std::optional<std::string> decodedHeader(const MimePart& root, std::string_view key) {
     auto value = root.headers().firstHeaderForKey(key);
     if (!value) return std::nullopt;
-    return std::string(trimmedView(decodedMimeEncodedString(*value)));
+    return std::string(trimmedBlanks(decodedMimeEncodedString(*value)));
 }
 
 Dictionary addressEntry(const MKEmailAddress& address) {

@@ -37,6 +37,14 @@ std::string quoted(std::string_view text, bool escape) {
 
 }  // namespace
 
+std::string_view trimmedBlanks(std::string_view text) {
+    while (!text.empty() && (text.front() == ' ' || text.front() == '\t'))
+        text.remove_prefix(1);
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\t'))
+        text.remove_suffix(1);
+    return text;
+}
+
 std::string quotedString(std::string_view text) {
     return quoted(text, false);
 }
