@@ -10,7 +10,8 @@ cd "$(dirname "$0")/.."
 "$PWD/scripts/install-deps.sh"
 cmake -S . -B build-tsan -G Ninja -DQB_STATIC_CLI=OFF -DQB_WERROR=OFF -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DCMAKE_CXX_FLAGS="-fsanitize=thread" -DCMAKE_EXE_LINKER_FLAGS="-fsanitize=thread" >/dev/null
-cmake --build build-tsan -j2 --target quillbox qb_batch_tests
+# The drawing modules too: extract writes View.html, whose icons they draw.
+cmake --build build-tsan -j2 --target quillbox qb_batch_tests qbcore-icons qbcore-pdf
 export TSAN_OPTIONS="halt_on_error=1 exitcode=66 second_deadlock_stack=1"
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
