@@ -13,32 +13,16 @@
 #include "cli/Commands.h"
 #include "cli/MessageInput.h"
 #include "cli/OutputFile.h"
+#include "exporters/ContentIDs.h"
 #include "mime/MimePart.h"
 #include "mime/MimeTypes.h"
 #include "mime/SelfContainedPage.h"
-#include "platform/HexDigits.h"
 
 namespace qb::cli {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-// A path as a relative URL: every byte but letters, digits, "-._~" and "/" escaped.
-std::string urlPath(const std::string& path) {
-    std::string out;
-    for (unsigned char c : path) {
-        if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-            c == '-' || c == '.' || c == '_' || c == '~' || c == '/') {
-            out += static_cast<char>(c);
-        } else {
-            out += '%';
-            out += kUpperHexDigits[c >> 4];
-            out += kUpperHexDigits[c & 15];
-        }
-    }
-    return out;
-}
 
 // The name a resource is written under: its part's file name, else its content ID; a
 // picture drawn for a part (a PDF's first page, an icon) gets ".png" after it.
@@ -91,7 +75,7 @@ std::optional<std::string> pageWithResourceFiles(const std::string& file, MimePa
                 failed = true;
                 return std::nullopt;
             }
-            return urlPath(fs::path(*written).lexically_relative(pageDir).string());
+            return urlEscapedPath(fs::path(*written).lexically_relative(pageDir).string());
         });
     if (failed) return std::nullopt;
     return result;

@@ -31,10 +31,14 @@ std::string percentDecoded(std::string_view s) {
 
 }  // namespace
 
-std::string urlEscapedFileName(std::string_view name) {
+namespace {
+
+std::string urlEscaped(std::string_view text, bool keepSlashes) {
     std::string out;
-    for (unsigned char c : name) {
-        if (std::isalnum(c) || c == '-' || c == '_' || c == '.' || c == '~') {
+    for (unsigned char c : text) {
+        const bool alnum =
+            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+        if (alnum || c == '-' || c == '_' || c == '.' || c == '~' || (keepSlashes && c == '/')) {
             out += static_cast<char>(c);
         } else {
             out += '%';
@@ -43,6 +47,16 @@ std::string urlEscapedFileName(std::string_view name) {
         }
     }
     return out;
+}
+
+}  // namespace
+
+std::string urlEscapedFileName(std::string_view name) {
+    return urlEscaped(name, false);
+}
+
+std::string urlEscapedPath(std::string_view path) {
+    return urlEscaped(path, true);
 }
 
 namespace {

@@ -23,6 +23,8 @@ std::optional<std::string> contentIDOfURL(std::string_view url);
 
 // A file name as a relative URL: every character but letters, digits and "-_.~" escaped.
 std::string urlEscapedFileName(std::string_view name);
+// A relative path as a URL: the same, with its "/" kept.
+std::string urlEscapedPath(std::string_view path);
 
 // Every content id that `html` refers to with a "cid:" URL, normalised.
 std::set<std::string> contentIDsReferencedBy(std::string_view html);
