@@ -26,11 +26,7 @@ using test::HtmlQuery;
 std::vector<std::pair<fs::path, std::shared_ptr<OutlookMessage>>> corpusMessages() {
     std::vector<std::pair<fs::path, std::shared_ptr<OutlookMessage>>> out;
     for (const char* kind : {"tnef", "msg"}) {
-        std::vector<fs::path> files;
-        for (const auto& e : fs::directory_iterator(test::corpusDir() / kind))
-            if (e.is_regular_file() && e.path().extension() != ".eml") files.push_back(e.path());
-        std::sort(files.begin(), files.end());
-        for (const auto& f : files) {
+        for (const auto& f : test::corpusMessageFiles(kind)) {
             test::LogCapture quiet;
             auto data = readFileData(f.string());
             if (!data) continue;

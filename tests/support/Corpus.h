@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <vector>
 
 namespace qb::test {
 
@@ -16,6 +18,16 @@ inline std::filesystem::path corpusDir() {
             return base / "shared" / "corpus";
     }
     return source / ".." / "shared" / "corpus";
+}
+
+// The messages of one corpus folder ("tnef" or "msg"), sorted, without the reference .eml
+// conversions that sit beside them.
+inline std::vector<std::filesystem::path> corpusMessageFiles(const char* kind) {
+    std::vector<std::filesystem::path> files;
+    for (const auto& e : std::filesystem::directory_iterator(corpusDir() / kind))
+        if (e.is_regular_file() && e.path().extension() != ".eml") files.push_back(e.path());
+    std::sort(files.begin(), files.end());
+    return files;
 }
 
 }  // namespace qb::test
