@@ -23,10 +23,7 @@ namespace fs = std::filesystem;
 using test::slurp;
 using testing::HasSubstr;
 
-struct RunResult {
-    int status;
-    std::string out, err;
-};
+using test::RunResult;
 
 class Batch : public testing::Test {
   protected:
@@ -34,11 +31,7 @@ class Batch : public testing::Test {
     void TearDown() override { fs::remove_all(dir_); }
 
     RunResult run(const std::string& args) {
-        const fs::path out = dir_ / "stdout", err = dir_ / "stderr";
-        const std::string cmd = std::string(QB_QUILLBOX_PATH) + " " + args + " </dev/null >" +
-                                out.string() + " 2>" + err.string();
-        const int raw = std::system(cmd.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
+        return test::runCommand(dir_, std::string(QB_QUILLBOX_PATH) + " " + args);
     }
 
     // Every file below `root`: relative path to content.

@@ -28,10 +28,7 @@ namespace fs = std::filesystem;
 using test::slurp;
 using testing::HasSubstr;
 
-struct RunResult {
-    int status;
-    std::string out, err;
-};
+using test::RunResult;
 
 class Quillbox : public testing::Test {
   protected:
@@ -49,12 +46,7 @@ class Quillbox : public testing::Test {
 
     // Runs quillbox with `args` (already shell-safe), standard input from `input`.
     RunResult run(const std::string& args, const std::string& input = "") {
-        const fs::path in = dir_ / "stdin", out = dir_ / "stdout", err = dir_ / "stderr";
-        std::ofstream(in, std::ios::binary) << input;
-        const std::string cmd = std::string(QB_QUILLBOX_PATH) + " " + args + " <" + in.string() +
-                                " >" + out.string() + " 2>" + err.string();
-        const int raw = std::system(cmd.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
+        return test::runCommand(dir_, std::string(QB_QUILLBOX_PATH) + " " + args, input);
     }
 
     fs::path dir_;
@@ -245,11 +237,11 @@ TEST_F(Quillbox, ExtractKeepsHostileNamesInsideTheFolder) {
     RunResult r = run("extract " + input + " -o " + out.string());
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(filesUnder(out),
-              (std::set<std::string>{
-                  "hostile/Message.txt", "hostile/metadata.json", "hostile/x", "hostile/passwd",
-                  "hostile/b", "hostile/ctl_name", "hostile/same.txt", "hostile/same (2).txt",
-                  "hostile/metadata (2).json", "hostile/Untitled", "hostile/View.html",
-                  "hostile/manifest.json"}));
+              (std::set<std::string>{"hostile/Message.txt", "hostile/metadata.json", "hostile/x",
+                                     "hostile/passwd", "hostile/b", "hostile/ctl_name",
+                                     "hostile/same.txt", "hostile/same (2).txt",
+                                     "hostile/metadata (2).json", "hostile/Untitled",
+                                     "hostile/View.html", "hostile/manifest.json"}));
     EXPECT_FALSE(fs::exists(dir_ / "x"));
     EXPECT_EQ(slurp(out / "hostile" / "same (2).txt"), "content of same.txt");
     EXPECT_EQ(slurp(out / "hostile" / "metadata (2).json"), "content of metadata.json");

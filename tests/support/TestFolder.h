@@ -3,7 +3,10 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <cstdlib>
 
 #include <filesystem>
 #include <fstream>
@@ -27,6 +30,25 @@ inline std::filesystem::path makeTestFolder(const std::string& prefix) {
     std::filesystem::remove_all(dir);
     std::filesystem::create_directories(dir);
     return dir;
+}
+
+// What a command run by runCommand did: its exit status (-1 when a signal ended it) and
+// everything it wrote.
+struct RunResult {
+    int status;
+    std::string out, err;
+};
+
+// Runs the shell command `command` (already shell-safe) with `input` as its standard input,
+// keeping its outputs in files of `dir`.
+inline RunResult runCommand(const std::filesystem::path& dir, const std::string& command,
+                            const std::string& input = "") {
+    const auto in = dir / "stdin", out = dir / "stdout", err = dir / "stderr";
+    std::ofstream(in, std::ios::binary) << input;
+    const std::string line =
+        command + " <" + in.string() + " >" + out.string() + " 2>" + err.string();
+    const int raw = std::system(line.c_str());
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
 }
 
 }  // namespace qb::test
