@@ -56,6 +56,8 @@ std::vector<std::string_view> splitAll(std::string_view s, char separator) {
 size_t findBytes(std::string_view haystack, std::string_view needle, size_t from) {
     if (from > haystack.size()) return std::string_view::npos;
     if (needle.empty()) return from;
+    // Also keeps memmem from an empty haystack's null data.
+    if (haystack.size() - from < needle.size()) return std::string_view::npos;
     const void* at =
         memmem(haystack.data() + from, haystack.size() - from, needle.data(), needle.size());
     if (!at) return std::string_view::npos;
