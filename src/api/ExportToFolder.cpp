@@ -7,7 +7,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <set>
@@ -15,6 +17,7 @@
 
 #include "api/ExtractFolder.h"
 #include "api/MessageView.h"
+#include "api/WholeFile.h"
 #include "exporters/AttachmentExporter.h"
 #include "exporters/ContentIDs.h"
 #include "exporters/OriginalBodies.h"
@@ -32,6 +35,64 @@ constexpr const char* kMetadataName = "metadata.json";
 constexpr const char* kManifestName = "manifest.json";
 constexpr const char* kViewName = "View.html";
 
+// What a file will hold: its size when known before it is written, and how to write it. A
+// nested message is written from its pieces as they are encoded, never held whole.
+struct FileContent {
+    std::optional<uint64_t> size;
+    std::function<bool(const MimeSink&)> write;
+};
+
+FileContent contentOfBytes(Bytes data) {
+    const uint64_t size = data.size();
+    return {size, [data = std::move(data)](const MimeSink& sink) { return sink(data.view()); }};
+}
+
+std::optional<FileContent> contentOf(const QBExporter& e) {
+    if (const auto* nested = dynamic_cast<const TNEFMessageExporter*>(&e)) {
+        if (!nested->body()) return std::nullopt;
+        const MimeBody& body = *nested->body();
+        return FileContent{body.size(), [&body](const MimeSink& sink) { return body.write(sink); }};
+    }
+    auto data = e.data();
+    if (!data) return std::nullopt;
+    return contentOfBytes(std::move(*data));
+}
+
+// Hands a file's content to the descriptor in writes of about 64 KB, hashing it on the way,
+// and stops (EFBIG) once it would pass `limit` bytes.
+class FileSink {
+  public:
+    FileSink(int fd, uint64_t limit, const std::atomic<bool>* cancel)
+        : fd_(fd), limit_(limit), cancel_(cancel) {}
+    bool add(std::string_view piece) {
+        if (piece.size() > limit_ - std::min(size_, limit_)) {
+            errno = EFBIG;
+            return false;
+        }
+        size_ += piece.size();
+        digest_.add(piece);
+        if (buffer_.size() + piece.size() > kBuffer && !flush()) return false;
+        if (piece.size() >= kBuffer) return writeAllTo(fd_, piece, cancel_);
+        buffer_ += piece;
+        return true;
+    }
+    bool flush() {
+        const bool ok = writeAllTo(fd_, buffer_, cancel_);
+        buffer_.clear();
+        return ok;
+    }
+    uint64_t size() const { return size_; }
+    std::string sha256() { return digest_.hex(); }
+
+  private:
+    static constexpr size_t kBuffer = size_t(64) << 10;
+    int fd_;
+    uint64_t limit_, size_ = 0;
+    const std::atomic<bool>* cancel_;
+    std::string buffer_;
+    SHA256Stream digest_;
+};
+
 // The names the files of a message get in its new, empty folder, in the order they are
 // written, for the content ids of its attachments.
 ContentIDFiles filesOfContentIDs(const TNEFMessageExporter& exporter) {
@@ -48,7 +109,7 @@ ContentIDFiles filesOfContentIDs(const TNEFMessageExporter& exporter) {
     for (const auto& e : exporter.textExporters())
         if (e->data()) claim(e->filename().value_or("Untitled"));
     for (const auto& e : exporter.attachmentExporters()) {
-        if (!e->data()) continue;
+        if (!contentOf(*e)) continue;
         const std::string name = claim(e->filename().value_or("Untitled"));
         const auto* file = dynamic_cast<const AttachmentExporter*>(e.get());
         if (!file || !file->attachment()) continue;
@@ -102,12 +163,11 @@ Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage
     result.folder = folder->path();
     const uint64_t budget = options.outputBudget ? options.outputBudget : outputBudgetFor(*message);
     uint64_t written = 0;
-    Dictionary manifest = Dictionary::array();
     // Descriptions are small and say what was written: they always go. The view keeps its
     // name and is measured before it is saved.
     enum class Slot { Export, View, Description };
     // The name the file got in the folder, when it was written.
-    auto save = [&](const std::string& name, const Bytes& data, const std::string& source,
+    auto save = [&](const std::string& name, const FileContent& content, const std::string& source,
                     Slot slot) -> std::optional<std::string> {
         const bool description = slot == Slot::Description;
         if ((options.cancel && options.cancel->load()) || (result.budgetExceeded && !description)) {
@@ -115,15 +175,33 @@ Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage
             result.complete = false;
             return std::nullopt;
         }
-        if (!description && data.size() > budget - std::min(written, budget)) {
+        const uint64_t room = description ? UINT64_MAX : budget - std::min(written, budget);
+        if (content.size && *content.size > room) {
             result.budgetExceeded = budget;
             result.notWritten.push_back(name);
             result.complete = false;
             return std::nullopt;
         }
-        written += data.size();
-        auto path = folder->write(name, data, slot != Slot::Export);
+        uint64_t size = 0;
+        std::string sha256;
+        auto path = folder->write(
+            name,
+            [&](int fd) {
+                FileSink sink(fd, room, options.cancel);
+                if (!content.write([&sink](std::string_view piece) { return sink.add(piece); }) ||
+                    !sink.flush())
+                    return false;
+                size = sink.size();
+                sha256 = sink.sha256();
+                return true;
+            },
+            slot != Slot::Export);
         if (!path) {
+            // Only the view's size is not known beforehand: past the room it is left out.
+            if (errno == EFBIG && slot == Slot::View) {
+                logf("{} left out: it would pass the output budget of {} bytes", name, budget);
+                return std::nullopt;
+            }
             result.complete = false;
             if (errno == EINTR)
                 result.notWritten.push_back(name);
@@ -131,13 +209,8 @@ Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage
                 options.fileFailed(folder->path() + "/" + name, errno);
             return std::nullopt;
         }
-        ExportedFile file{*path, source, data.size()};
-        Dictionary entry = Dictionary::object();
-        entry["exporter"] = source;
-        entry["file"] = path->substr(path->rfind('/') + 1);
-        entry["size"] = data.size();
-        entry["sha256"] = sha256Hex(data);
-        manifest.push_back(std::move(entry));
+        written += size;
+        ExportedFile file{*path, source, size, std::move(sha256)};
         if (options.fileWritten) options.fileWritten(file);
         result.files.push_back(std::move(file));
         return path->substr(path->rfind('/') + 1);
@@ -150,7 +223,8 @@ Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage
         // A page's pictures are the files written beside it.
         if (!linked.empty() && e->mimeType() == "text/html")
             data = Bytes::adoptString(htmlWithContentIDsLinked(data->view(), linked));
-        save(e->filename().value_or("Untitled"), *data, exporterName(*e), Slot::Export);
+        save(e->filename().value_or("Untitled"), contentOfBytes(std::move(*data)), exporterName(*e),
+             Slot::Export);
     }
     // The view's links lead to the attachments under the names they got.
     MessageViewOptions view;
@@ -158,13 +232,13 @@ Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage
     const auto& attachments = exporter->attachmentExporters();
     view.attachmentLinks.resize(attachments.size());
     for (size_t i = 0; i < attachments.size(); ++i)
-        if (auto data = attachments[i]->data())
-            if (auto name = save(attachments[i]->filename().value_or("Untitled"), *data,
+        if (auto content = contentOf(*attachments[i]))
+            if (auto name = save(attachments[i]->filename().value_or("Untitled"), *content,
                                  exporterName(*attachments[i]), Slot::Export))
                 view.attachmentLinks[i] = urlEscapedFileName(*name);
     if (options.originalBodies)
         for (const auto& body : originalBodies(*message))
-            save(body.filename, body.data, "original body", Slot::Export);
+            save(body.filename, contentOfBytes(body.data), "original body", Slot::Export);
     view.pictureURL = [&linked](const std::string& id) -> std::optional<std::string> {
         const auto file = linked.find(id);
         if (file == linked.end()) return std::nullopt;
@@ -172,24 +246,34 @@ Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage
     };
     // The view only shows what the other files hold: one that would pass the budget is left
     // out with a log line, and the export is still complete. Its size is estimated first, so
-    // that thousands of attachment pictures are never built in memory for nothing.
+    // that thousands of attachment pictures are never built for nothing; it is written as it
+    // is serialised.
     if (!result.budgetExceeded) {
         const uint64_t room = budget - std::min(written, budget);
-        bool fits = attachmentLinksSize(*exporter, view.iconSource) <= room;
-        std::optional<std::string> page;
-        if (fits) {
-            page = messageViewHTML(exporter, view);
-            fits = !page || page->size() <= room;
-        }
-        if (!fits)
+        if (attachmentLinksSize(*exporter, view.iconSource) > room)
             logf("{} left out: it would pass the output budget of {} bytes", kViewName, budget);
-        else if (page)
-            save(kViewName, Bytes::adoptString(std::move(*page)), "QBMailTemplate", Slot::View);
+        else if (XmlDocPtr page = messageViewDocument(exporter, view))
+            save(kViewName,
+                 FileContent{
+                     std::nullopt,
+                     [&page](const MimeSink& sink) { return writeHTMLDocument(page.get(), sink); }},
+                 "QBMailTemplate", Slot::View);
     }
     // Last, so that a run cut short leaves no description of files that are not there.
-    save(kMetadataName, Bytes::fromString(jsonText(exporter->metadataPlist())), "metadata",
+    save(kMetadataName, contentOfBytes(Bytes::fromString(jsonText(exporter->metadataPlist()))),
+         "metadata", Slot::Description);
+    // Made only now from the files written: thousands of entries are not kept twice.
+    Dictionary manifest = Dictionary::array();
+    for (const ExportedFile& file : result.files) {
+        Dictionary entry = Dictionary::object();
+        entry["exporter"] = file.exporter;
+        entry["file"] = file.path.substr(file.path.rfind('/') + 1);
+        entry["size"] = file.size;
+        entry["sha256"] = file.sha256;
+        manifest.push_back(std::move(entry));
+    }
+    save(kManifestName, contentOfBytes(Bytes::fromString(jsonText(manifest))), "manifest",
          Slot::Description);
-    save(kManifestName, Bytes::fromString(jsonText(manifest)), "manifest", Slot::Description);
     return result;
 }
 

@@ -22,6 +22,7 @@ struct QB_API ExportedFile {
     std::string path;      ///< as written: the folder's path joined with the file's name
     std::string exporter;  ///< what made it ("AttachmentExporter", "metadata", ...)
     uint64_t size = 0;
+    std::string sha256;  ///< of its bytes, in lower-case hexadecimal
 };
 
 /// The domain of errors the exports give themselves (file-system errors are "POSIX").

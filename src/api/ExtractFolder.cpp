@@ -102,6 +102,13 @@ ExtractFolder::~ExtractFolder() {
 
 std::optional<std::string> ExtractFolder::write(const std::string& name, const Bytes& data,
                                                 bool reservedName) {
+    return write(
+        name, [&](int fd) { return writeAllTo(fd, data, cancel_); }, reservedName);
+}
+
+std::optional<std::string> ExtractFolder::write(const std::string& name,
+                                                const std::function<bool(int fd)>& writeTo,
+                                                bool reservedName) {
     // The content first, under a name no export can have (safe names never start with a dot).
     std::string temporary;
     int fd = -1;
@@ -113,7 +120,7 @@ std::optional<std::string> ExtractFolder::write(const std::string& name, const B
         if (fd < 0 && errno != EEXIST) return std::nullopt;
     }
     if (fd < 0) return std::nullopt;
-    const bool written = writeAllTo(fd, data, cancel_);
+    const bool written = writeTo(fd);
     int savedErrno = errno;
     if (::close(fd) != 0 && written)
         savedErrno = errno;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -40,6 +41,11 @@ class ExtractFolder {
     // Writes the bytes under the safe form of `name`; the path written, or nothing with
     // errno set (EINTR when interrupted) and nothing left behind.
     std::optional<std::string> write(const std::string& name, const Bytes& data,
+                                     bool reservedName = false);
+    // The same, with the content written by `writeTo` into the open descriptor it is given as
+    // it is produced (false with errno set when it fails: nothing is left behind).
+    std::optional<std::string> write(const std::string& name,
+                                     const std::function<bool(int fd)>& writeTo,
                                      bool reservedName = false);
 
   private:

@@ -104,15 +104,15 @@ uint64_t attachmentLinksSize(const TNEFMessageExporter& exporter, const FileIcon
     return total;
 }
 
-std::optional<std::string> messageViewHTML(
-    const std::shared_ptr<const TNEFMessageExporter>& exporter, const MessageViewOptions& options) {
+XmlDocPtr messageViewDocument(const std::shared_ptr<const TNEFMessageExporter>& exporter,
+                              const MessageViewOptions& options) {
     QBMailTemplate view(exporter);
     view.displayEmptyValues = options.showEmpty;
     view.stylesheetPath = options.stylesheetPath;
     view.alertHTML = options.alertHTML;
     view.iconSource = options.iconSource;
     XmlDocPtr doc = view.appliedDocument();
-    if (!doc) return std::nullopt;
+    if (!doc) return nullptr;
     xmlNode* root = xmlDocGetRootElement(doc.get());
     finishHead(root, view, !options.stylesheetPath);
 
@@ -132,13 +132,20 @@ std::optional<std::string> messageViewHTML(
             if (!id) continue;
             auto [url, made] = resolved.try_emplace(*id);
             if (made) url->second = pictureURL(*id);
-            if (url->second) xmlSetProp(element, x(name), x(url->second->c_str()));
+            if (url->second) setSharedAttribute(element, name, *url->second);
         }
         if (isElement(element, "a") && xmlAttribute(element, "class") == "qbx-attachment")
             if (auto index = attachmentIndexOfLink(xmlAttribute(element, "href"));
                 index && *index < options.attachmentLinks.size() && options.attachmentLinks[*index])
                 xmlSetProp(element, x("href"), x(options.attachmentLinks[*index]->c_str()));
     });
+    return doc;
+}
+
+std::optional<std::string> messageViewHTML(
+    const std::shared_ptr<const TNEFMessageExporter>& exporter, const MessageViewOptions& options) {
+    XmlDocPtr doc = messageViewDocument(exporter, options);
+    if (!doc) return std::nullopt;
     return htmlDocumentText(doc.get());
 }
 

@@ -32,6 +32,11 @@ struct MessageViewOptions {
     FileIconSource iconSource = fileTypeIconPNG;
 };
 
+// The page as a tree, to be written out with writeHTMLDocument as it is serialised; nothing
+// (and a log line) when the body cannot be parsed.
+XmlDocPtr messageViewDocument(const std::shared_ptr<const TNEFMessageExporter>& exporter,
+                              const MessageViewOptions& options);
+
 // The page; nothing (and a log line) when the body cannot be parsed.
 std::optional<std::string> messageViewHTML(
     const std::shared_ptr<const TNEFMessageExporter>& exporter, const MessageViewOptions& options);

@@ -102,7 +102,7 @@ xmlNode* QBMailTemplate::tableHeaderWithStringValue(xmlDoc* doc, const std::stri
 
 xmlNode* QBMailTemplate::nodeOfTypeAndClass(xmlDoc* doc, const char* name, const char* cssClass) {
     xmlNode* node = xmlNewDocNode(doc, nullptr, x(name), nullptr);
-    if (cssClass) xmlNewProp(node, x("class"), x(cssClass));
+    if (cssClass) setSharedAttribute(node, "class", cssClass);
     return node;
 }
 
@@ -238,7 +238,7 @@ void QBMailTemplate::addAttachmentLinks(xmlNode* inner) const {
             }
         if (icon->second) {
             xmlNode* img = nodeOfTypeAndClass(doc, "img", "qbx-attachment-icon");
-            xmlNewProp(img, x("src"), x(*icon->second));
+            setSharedAttribute(img, "src", *icon->second);
             xmlAddChild(box, img);
         }
         xmlNode* filename = nodeOfTypeAndClass(doc, "div", "qbx-attachment-filename");

@@ -11,15 +11,32 @@
 
 namespace qb {
 
-std::string sha256Hex(const Bytes& data) {
+struct SHA256Stream::Context {
+    SHA256_CTX sha;
+};
+
+SHA256Stream::SHA256Stream() : context_(std::make_unique<Context>()) {
+    SHA256_Init(&context_->sha);
+}
+SHA256Stream::~SHA256Stream() = default;
+
+void SHA256Stream::add(std::string_view bytes) {
+    SHA256_Update(&context_->sha, bytes.data(), bytes.size());
+}
+
+std::string SHA256Stream::hex() {
     unsigned char digest[SHA256_DIGEST_LENGTH];
-    SHA256_CTX context;
-    SHA256_Init(&context);
-    SHA256_Update(&context, data.data(), data.size());
-    SHA256_Final(digest, &context);
+    SHA256_Final(digest, &context_->sha);
     std::string out;
+    out.reserve(2 * sizeof digest);
     appendHex(out, std::span<const uint8_t>(digest, sizeof digest));
     return out;
+}
+
+std::string sha256Hex(const Bytes& data) {
+    SHA256Stream stream;
+    stream.add(data.view());
+    return stream.hex();
 }
 std::string md5Hex(const Bytes& data) {
     unsigned char digest[MD5_DIGEST_LENGTH];

@@ -5,6 +5,8 @@
 
 #include <libxml/HTMLtree.h>
 
+#include <climits>
+
 namespace qb {
 
 bool isElement(const xmlNode* node, const char* name) {
@@ -43,16 +45,71 @@ void declareUTF8(xmlNode* root) {
     htmlSetMetaEncoding(root->doc, BAD_CAST "UTF-8");
 }
 
-std::optional<std::string> htmlDocumentText(xmlDoc* doc) {
-    xmlChar* mem = nullptr;
-    int size = 0;
-    htmlDocDumpMemoryFormat(doc, &mem, &size, 0);
-    if (!mem || size <= 0) {
-        if (mem) xmlFree(mem);
-        return std::nullopt;
+void setSharedAttribute(xmlNode* element, const char* name, std::string_view value) {
+    xmlDoc* doc = element->doc;
+    if (!doc || value.size() > static_cast<size_t>(INT_MAX)) return;
+    if (!doc->dict) doc->dict = xmlDictCreate();
+    const xmlChar* shared =
+        doc->dict ? xmlDictLookup(doc->dict, BAD_CAST value.data(), static_cast<int>(value.size()))
+                  : nullptr;
+    xmlUnsetProp(element, BAD_CAST name);
+    if (!shared) {
+        xmlNewProp(element, BAD_CAST name, BAD_CAST std::string(value).c_str());
+        return;
     }
-    std::string out(reinterpret_cast<const char*>(mem), static_cast<size_t>(size));
-    xmlFree(mem);
+    // libxml2 frees a text node's content only when its document's dictionary does not own
+    // it, so the one copy lives as long as the document.
+    xmlAttr* attribute = xmlNewProp(element, BAD_CAST name, nullptr);
+    xmlNode* text = attribute ? xmlNewDocText(doc, nullptr) : nullptr;
+    if (!text) return;
+    text->content = const_cast<xmlChar*>(shared);
+    text->parent = reinterpret_cast<xmlNode*>(attribute);
+    attribute->children = attribute->last = text;
+}
+
+namespace {
+
+struct SinkContext {
+    const std::function<bool(std::string_view)>* sink;
+};
+
+int writeToSink(void* context, const char* buffer, int length) {
+    if (length <= 0) return 0;
+    const auto* c = static_cast<SinkContext*>(context);
+    return (*c->sink)(std::string_view(buffer, static_cast<size_t>(length))) ? length : -1;
+}
+
+}  // namespace
+
+bool writeHTMLDocument(xmlDoc* doc, const std::function<bool(std::string_view)>& sink) {
+    // The output encoding is chosen as htmlDocDumpMemoryFormat chooses it: the one the page
+    // declares, else HTML's own (ASCII with character references).
+    xmlCharEncodingHandler* handler = nullptr;
+    if (const xmlChar* declared = htmlGetMetaEncoding(doc)) {
+        const char* name = reinterpret_cast<const char*>(declared);
+        if (xmlParseCharEncoding(name) != XML_CHAR_ENCODING_UTF8)
+            handler = xmlFindCharEncodingHandler(name);
+    } else {
+        handler = xmlFindCharEncodingHandler("HTML");
+        if (!handler) handler = xmlFindCharEncodingHandler("ascii");
+    }
+    SinkContext context{&sink};
+    xmlOutputBuffer* out = xmlOutputBufferCreateIO(writeToSink, nullptr, &context, handler);
+    if (!out) return false;
+    htmlDocContentDumpFormatOutput(out, doc, nullptr, 0);
+    const bool failed = out->error != 0;
+    return xmlOutputBufferClose(out) >= 0 && !failed;
+}
+
+std::optional<std::string> htmlDocumentText(xmlDoc* doc) {
+    std::string out;
+    if (!writeHTMLDocument(doc,
+                           [&out](std::string_view piece) {
+                               out += piece;
+                               return true;
+                           }) ||
+        out.empty())
+        return std::nullopt;
     return out;
 }
 

@@ -5,10 +5,12 @@
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 
+#include <functional>
 #include <memory>
-#include <optional>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace qb {
 
@@ -45,6 +47,14 @@ xmlNode* headOfHTMLRoot(xmlNode* root);
 // Makes the document declare UTF-8 (a meta element in its head, made when missing): the HTML
 // writer takes its output encoding from that declaration.
 void declareUTF8(xmlNode* root);
+
+// Sets attribute `name` of an element to a value that many elements of the document carry
+// (a picture as a data: URI): the text is kept once, in the document's dictionary.
+void setSharedAttribute(xmlNode* element, const char* name, std::string_view value);
+
+// Hands the HTML document, as text in the encoding it declares, to `sink` in stretches of a
+// few kilobytes as it is written; false when it cannot be written or the sink stopped.
+bool writeHTMLDocument(xmlDoc* doc, const std::function<bool(std::string_view)>& sink);
 
 // The HTML document as text in the encoding it declares; nothing when it cannot be written.
 std::optional<std::string> htmlDocumentText(xmlDoc* doc);

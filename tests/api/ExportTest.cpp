@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -14,6 +15,9 @@
 #include "api/ExportToRFC822.h"
 #include "api/ExtractFolder.h"
 #include "api/OpenMessage.h"
+#include "exporters/TNEFMessageExporter.h"
+#include "platform/Digest.h"
+#include "support/FakeMessage.h"
 #include "support/SampleMessages.h"
 #include "support/TestFolder.h"
 
@@ -54,8 +58,11 @@ TEST_F(Export, FolderHoldsEveryExportAndDescribesItLast) {
     EXPECT_EQ(told.size(), result->files.size());
     EXPECT_EQ(result->files[result->files.size() - 2].exporter, "metadata");
     EXPECT_EQ(result->files.back().exporter, "manifest");
-    for (const auto& f : result->files)
+    // Sizes and digests are taken as the files are written: they describe the files.
+    for (const auto& f : result->files) {
         EXPECT_EQ(fs::file_size(f.path), f.size) << f.path;
+        EXPECT_EQ(f.sha256, sha256Hex(Bytes::fromString(slurp(f.path)))) << f.path;
+    }
     // Nothing but the exports: no temporary files left behind.
     size_t entries = 0;
     for (const auto& e : fs::directory_iterator(result->folder)) {
@@ -76,6 +83,34 @@ TEST_F(Export, FolderHoldsEveryExportAndDescribesItLast) {
     ASSERT_TRUE(byPath);
     EXPECT_EQ(byPath->folder, (dir_ / "a/b/winmail").string());
     EXPECT_TRUE(fs::exists(dir_ / "a/b/winmail/metadata.json"));
+}
+
+TEST_F(Export, NestedMessageIsWrittenAsItIsEncodedWithTheSameBytes) {
+    // Two levels, with an attachment large enough to span many writes.
+    auto inner = test::FakeMessage::make();
+    inner->subject_ = "inner";
+    inner->mimeBody = "the inner body";
+    inner->addAttachment("big.bin", std::string(300000, '\x7f'));
+    auto middle = test::FakeMessage::make();
+    middle->subject_ = "middle";
+    middle->addAttachment(std::nullopt, std::nullopt, inner);
+    auto outer = test::FakeMessage::make();
+    outer->subject_ = "outer";
+    outer->addAttachment(std::nullopt, std::nullopt, middle);
+
+    auto result = exportToFolder(outer, fd_, dir_.string(), "outer");
+    ASSERT_TRUE(result);
+    auto exporter = TNEFMessageExporter::create(outer, nullptr, ExportMode::Files);
+    ASSERT_EQ(exporter->attachmentExporters().size(), 1u);
+    const auto whole = exporter->attachmentExporters()[0]->data();
+    ASSERT_TRUE(whole);
+    ASSERT_GT(whole->size(), 400000u);
+    const auto file = std::find_if(result->files.begin(), result->files.end(),
+                                   [](const ExportedFile& f) { return f.path.ends_with(".eml"); });
+    ASSERT_NE(file, result->files.end());
+    EXPECT_EQ(file->size, whole->size());
+    EXPECT_EQ(slurp(file->path), whole->str());
+    EXPECT_EQ(file->sha256, sha256Hex(*whole));
 }
 
 TEST_F(Export, CancelledExportWritesNothingMoreAndSaysWhat) {
