@@ -175,6 +175,10 @@ class Reader {
 };
 
 StyledText Reader::read() {
+    // Room for a paragraph per 256 bytes (mail runs longer), claimed but not touched: a long
+    // body's paragraphs are not moved to fresh memory at every doubling.
+    constexpr size_t kBytesPerParagraph = 256, kMostParagraphs = size_t(1) << 20;
+    doc_.blocks().reserve(std::min(input_.size() / kBytesPerParagraph, kMostParagraphs));
     for (RTFToken t = tokens_.next(); t.kind != RTFToken::Kind::End; t = tokens_.next()) {
         switch (t.kind) {
             case RTFToken::Kind::GroupStart:
