@@ -59,34 +59,38 @@ std::optional<FileContent> contentOf(const QBExporter& e) {
 }
 
 // Hands a file's content to the descriptor in writes of about 64 KB, hashing it on the way,
-// and stops (EFBIG) once it would pass `limit` bytes.
+// and stops (EFBIG) once it would pass `limit` bytes. The reason it stopped is kept: the
+// writer it serves (libxml2's) may run on after the refusal.
 class FileSink {
   public:
     FileSink(int fd, uint64_t limit, const std::atomic<bool>* cancel)
         : fd_(fd), limit_(limit), cancel_(cancel) {}
     bool add(std::string_view piece) {
-        if (piece.size() > limit_ - std::min(size_, limit_)) {
-            errno = EFBIG;
-            return false;
-        }
+        if (piece.size() > limit_ - std::min(size_, limit_)) return fail(EFBIG);
         size_ += piece.size();
         digest_.add(piece);
         if (buffer_.size() + piece.size() > kBuffer && !flush()) return false;
-        if (piece.size() >= kBuffer) return writeAllTo(fd_, piece, cancel_);
+        if (piece.size() >= kBuffer) return writeAllTo(fd_, piece, cancel_) || fail(errno);
         buffer_ += piece;
         return true;
     }
     bool flush() {
         const bool ok = writeAllTo(fd_, buffer_, cancel_);
         buffer_.clear();
-        return ok;
+        return ok || fail(errno);
     }
+    int error() const { return error_; }
     uint64_t size() const { return size_; }
     std::string sha256() { return digest_.hex(); }
 
   private:
+    bool fail(int error) {
+        error_ = error;
+        return false;
+    }
     static constexpr size_t kBuffer = size_t(64) << 10;
     int fd_;
+    int error_ = 0;
     uint64_t limit_, size_ = 0;
     const std::atomic<bool>* cancel_;
     std::string buffer_;
@@ -189,8 +193,10 @@ Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage
             [&](int fd) {
                 FileSink sink(fd, room, options.cancel);
                 if (!content.write([&sink](std::string_view piece) { return sink.add(piece); }) ||
-                    !sink.flush())
+                    !sink.flush()) {
+                    errno = sink.error() ? sink.error() : EIO;
                     return false;
+                }
                 size = sink.size();
                 sha256 = sink.sha256();
                 return true;
