@@ -118,6 +118,8 @@ class Message:
         """The iCalendar file of a meeting, appointment or task."""
     def vcf(self, version: Literal["2.1", "4.0"] = "2.1") -> Optional[bytes]:
         """The vCard of a contact or distribution list."""
+    def view(self, *, show_empty: bool = False, stylesheet: Optional[str] = None) -> bytes:
+        """The message as one HTML page on its own: what `quillbox view FILE` writes."""
 
 def open(
     source: Union[str, os.PathLike[str], bytes, bytearray, memoryview],

@@ -21,8 +21,9 @@ class Error(ValueError):
     domain and code are the reader's ("TNEFErrorDomain" 2: not a TNEF stream, 3: empty,
     4: cut short; "OXMessageErrorDomain" 2: a compound file holding no message; "POSIX" and
     an errno when the file cannot be read or written; "QBExportErrorDomain" 1: the exports
-    would pass the output budget). description is the reader's text, offset where reading
-    stopped (or None), file the path given (or None for bytes).
+    would pass the output budget, 2: the body gives no document to make a view of).
+    description is the reader's text, offset where reading stopped (or None), file the path
+    given (or None for bytes).
     """
 
     def __init__(self, text, domain, code, description, offset=None, file=None, record=None):

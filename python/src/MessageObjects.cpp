@@ -13,6 +13,7 @@
 #include "api/ExportToFolder.h"
 #include "api/ExportToRFC822.h"
 #include "api/MessageInfo.h"
+#include "api/MessageView.h"
 #include "exporters/ICSExporter.h"
 #include "exporters/VCFExporter.h"
 #include "model/MessageDate.h"
@@ -162,6 +163,27 @@ py::object card(const MessageObject& m, const std::string& version) {
     }
     if (data && data->empty()) data.reset();
     return bytesCopy(data);
+}
+
+// The page `quillbox view FILE` writes: pictures inlined, the desktop's icons, attachment links
+// left as "quillbox://N", the alert of a message read only in part.
+py::bytes view(const MessageObject& m, bool showEmpty,
+               const std::optional<std::string>& stylesheet) {
+    std::optional<std::string> page;
+    {
+        py::gil_scoped_release unlocked;
+        MessageViewOptions options;
+        options.showEmpty = showEmpty;
+        options.stylesheetPath = stylesheet;
+        options.alertHTML = partialReadAlertHTML(*m.message);
+        page = messageViewHTML(TNEFMessageExporter::create(m.message, nullptr, ExportMode::Files),
+                               options);
+    }
+    if (!page)
+        raiseReadError(ReadError{kExportErrorDomain, kExportErrorNoView,
+                                 "The body of \"%@\" could not be made into a view.", std::nullopt},
+                       m.file);
+    return py::bytes(*page);
 }
 
 py::object bodies(const MessageObject& m) {
@@ -363,6 +385,16 @@ void defineMessageTypes(py::module_& module) {
         .def("vcf", &card, py::arg("version") = "2.1",
              "The vCard (\"2.1\" or \"4.0\") of a contact or distribution list (bytes), or "
              "None for other items and lists without a member with an SMTP address.")
+        .def("view", &view, py::kw_only(), py::arg("show_empty") = false,
+             py::arg("stylesheet") = py::none(),
+             "The message as one HTML page that opens in any browser (bytes, UTF-8): the bytes "
+             "`quillbox view FILE` writes. A header table, the body, its cid: pictures inlined "
+             "as data: URIs, one link per attachment (\"quillbox://N\") with its type's icon, "
+             "and above the headers what was left out of a message read only in part. "
+             "`show_empty` shows placeholders for a missing sender, subject and recipients "
+             "(--show-empty); `stylesheet` is a style sheet the page links to instead of "
+             "embedding the built-in style (--stylesheet). Raises Error when the body gives no "
+             "document to make a view of.")
         .def("__repr__", &repr);
 }
 

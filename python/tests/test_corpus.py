@@ -4,9 +4,10 @@
 import hashlib
 import json
 import pathlib
+import subprocess
 
 import quillbox
-from conftest import cli_info_lines
+from conftest import QUILLBOX, cli_info_lines
 
 
 def open_or_error(path):
@@ -75,3 +76,16 @@ def test_sizes_and_digests_agree_with_the_data_view(corpus):
                 assert hashlib.sha256(a.data).hexdigest() == record["sha256"]
             assert (a.filename, a.mime_type, a.content_id) == (
                 record["filename"], record["mimeType"], record["contentId"])
+
+
+def test_view_is_the_page_quillbox_view_writes(corpus, tmp_path):
+    out = tmp_path / "view.html"
+    for path in corpus:
+        message, _ = open_or_error(path)
+        if message is None:
+            continue
+        out.unlink(missing_ok=True)
+        run = subprocess.run([QUILLBOX, "view", path, "-o", str(out)], capture_output=True)
+        # Read only in part: exit status 3, and the page says so above its headers.
+        assert run.returncode == (3 if message.partial else 0), (path, run.stderr)
+        assert message.view() == out.read_bytes(), path

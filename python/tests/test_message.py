@@ -11,6 +11,7 @@ import json
 import os
 import pathlib
 import pickle
+import struct
 import subprocess
 
 import pytest
@@ -146,6 +147,33 @@ def test_ics_and_vcf_are_none_for_a_plain_note(samples):
     assert m.ics() is None and m.vcf() is None
     with pytest.raises(ValueError):
         m.vcf("3.0")
+
+
+def tnef(*attributes):
+    """A TNEF stream of message attributes given as (id, type, data)."""
+    out = struct.pack("<IH", 0x223E9F78, 1)
+    for ident, kind, data in attributes:
+        out += struct.pack("<BHHI", 1, ident, kind, len(data)) + data
+        out += struct.pack("<H", sum(data) & 0xFFFF)
+    return out
+
+
+def test_a_message_without_body_views_as_the_no_content_page(tmp_path):
+    bare = tmp_path / "bare.tnef"
+    bare.write_bytes(tnef((0x9006, 8, struct.pack("<I", 0x00010000)), (0x8008, 7, b"IPM.Note\0")))
+    m = quillbox.open(str(bare))
+    assert m.bodies.plain is None and m.attachments == []
+    page = m.view()
+    assert page.startswith(b"<!DOCTYPE") and b"This message has no content." in page
+    assert b"(No Subject)" not in page and b"<style>" in page
+    assert b"(No Subject)" in m.view(show_empty=True)
+    # The keyword arguments are the command line's options.
+    for kwargs, flags in [({}, []), ({"show_empty": True}, ["--show-empty"]),
+                          ({"stylesheet": "my.css"}, ["--stylesheet", "my.css"])]:
+        cli = subprocess.run([QUILLBOX, "view", str(bare), *flags], capture_output=True, check=True)
+        assert m.view(**kwargs) == cli.stdout, flags
+    with pytest.raises(TypeError):
+        m.view(True)
 
 
 def test_info_is_the_command_lines_line(samples):

@@ -57,3 +57,22 @@ def test_threads_share_one_message(samples):
     for t in threads:
         t.join()
     assert len(results) == 160 and all(r == expected for r in results)
+
+
+def test_four_threads_view_at_once_as_one_thread_does(samples):
+    messages = []
+    for path in inputs(samples):
+        try:
+            messages.append(quillbox.open(path))
+        except quillbox.Error:
+            pass
+    expected = [hashlib.sha256(m.view()).hexdigest() for m in messages]
+    start = threading.Barrier(4)
+
+    def work(_):
+        start.wait()
+        return [hashlib.sha256(m.view()).hexdigest() for m in messages]
+
+    with concurrent.futures.ThreadPoolExecutor(max_workers=4) as pool:
+        results = list(pool.map(work, range(4)))
+    assert results == [expected] * 4

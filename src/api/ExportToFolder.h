@@ -28,6 +28,8 @@ struct QB_API ExportedFile {
 /// The domain of errors the exports give themselves (file-system errors are "POSIX").
 inline constexpr const char* kExportErrorDomain = "QBExportErrorDomain";
 inline constexpr int kExportErrorOverBudget = 1;
+/// The message's body gives no document to make its view of (messageViewHTML).
+inline constexpr int kExportErrorNoView = 2;
 
 /// The most the exports of one input may write: 64 times the input plus its attachments' own
 /// bytes, and at least 16 MB. Real messages stay far below; crafted nesting would not.

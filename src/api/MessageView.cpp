@@ -9,8 +9,10 @@
 #include "exporters/AttachmentExporter.h"
 #include "exporters/ContentIDs.h"
 #include "mailkit/Base64.h"
+#include "mailkit/HTMLEntities.h"
 #include "mime/MimeTypes.h"
 #include "platform/AsciiCase.h"
+#include "platform/Localized.h"
 #include "tnef/TNEFAttachment.h"
 
 namespace qb {
@@ -88,6 +90,17 @@ void finishHead(xmlNode* root, const QBMailTemplate& view, bool embedStyle) {
 }
 
 }  // namespace
+
+std::optional<std::string> partialReadAlertHTML(const OutlookMessage& message) {
+    const auto warnings = message.report()->warnings();
+    if (warnings.empty()) return std::nullopt;
+    std::string alert =
+        "<div><b>" +
+        stringByEncodingHTMLEntities(localized("This message was read only in part.")) + "</b><ul>";
+    for (const auto& w : warnings)
+        alert += "<li>" + stringByEncodingHTMLEntities(displayableText(w.text)) + "</li>";
+    return alert + "</ul></div>";
+}
 
 uint64_t attachmentLinksSize(const TNEFMessageExporter& exporter, const FileIconSource& icons) {
     // The markup of one link without its picture and name, with room to spare.

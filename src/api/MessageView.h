@@ -12,6 +12,7 @@
 
 #include "exporters/QBMailTemplate.h"
 #include "exporters/TNEFMessageExporter.h"
+#include "model/OutlookMessage.h"
 
 namespace qb {
 
@@ -40,6 +41,11 @@ XmlDocPtr messageViewDocument(const std::shared_ptr<const TNEFMessageExporter>& 
 // The page; nothing (and a log line) when the body cannot be parsed.
 std::optional<std::string> messageViewHTML(
     const std::shared_ptr<const TNEFMessageExporter>& exporter, const MessageViewOptions& options);
+
+// The alert above the headers of a message read only in part: that it was, and what was left
+// out; nothing for a message read whole. What `quillbox view` and the Python module's view()
+// give as alertHTML.
+std::optional<std::string> partialReadAlertHTML(const OutlookMessage& message);
 
 // About what the attachment links of the view take (their pictures included), known before
 // the view is made: a message with very many attachments can be refused a view it could

@@ -13,8 +13,6 @@
 #include "cli/OutputFile.h"
 #include "cli/StatusLine.h"
 #include "exporters/ContentIDs.h"
-#include "mailkit/HTMLEntities.h"
-#include "platform/Localized.h"
 
 namespace qb::cli {
 
@@ -70,18 +68,6 @@ bool writeAttachments(const OpenedInput& in, const TNEFMessageExporter& exporter
     return ok;
 }
 
-// A message read only in part says so above its headers, with what was left out.
-std::optional<std::string> partialReadAlert(const OutlookMessage& message) {
-    const auto warnings = message.report()->warnings();
-    if (warnings.empty()) return std::nullopt;
-    std::string alert =
-        "<div><b>" +
-        stringByEncodingHTMLEntities(localized("This message was read only in part.")) + "</b><ul>";
-    for (const auto& w : warnings)
-        alert += "<li>" + stringByEncodingHTMLEntities(displayableText(w.text)) + "</li>";
-    return alert + "</ul></div>";
-}
-
 int viewOf(const std::string& file, const ViewOptions& options) {
     OpenedInput in = openInput(file);
     if (!in.message) {
@@ -92,7 +78,7 @@ int viewOf(const std::string& file, const ViewOptions& options) {
     MessageViewOptions view;
     view.showEmpty = options.showEmpty;
     view.stylesheetPath = options.stylesheet;
-    view.alertHTML = partialReadAlert(*in.message);
+    view.alertHTML = partialReadAlertHTML(*in.message);
     bool ok = true;
     if (options.attachmentsDir)
         ok = writeAttachments(in, *exporter, *options.attachmentsDir, options.output,
