@@ -235,6 +235,7 @@ Expected<FolderExport> exportToFolder(const std::shared_ptr<const OutlookMessage
     // The view's links lead to the attachments under the names they got.
     MessageViewOptions view;
     view.iconSource = options.iconSource;
+    view.alertHTML = partialReadAlertHTML(*message);
     const auto& attachments = exporter->attachmentExporters();
     view.attachmentLinks.resize(attachments.size());
     for (size_t i = 0; i < attachments.size(); ++i)

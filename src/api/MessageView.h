@@ -43,8 +43,8 @@ std::optional<std::string> messageViewHTML(
     const std::shared_ptr<const TNEFMessageExporter>& exporter, const MessageViewOptions& options);
 
 // The alert above the headers of a message read only in part: that it was, and what was left
-// out; nothing for a message read whole. What `quillbox view` and the Python module's view()
-// give as alertHTML.
+// out; nothing for a message read whole. What `quillbox view`, extract's View.html and the
+// Python module's view() give as alertHTML.
 std::optional<std::string> partialReadAlertHTML(const OutlookMessage& message);
 
 // About what the attachment links of the view take (their pictures included), known before

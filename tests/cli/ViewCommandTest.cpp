@@ -22,9 +22,9 @@ class ViewCommand : public testing::Test {
         std::ofstream(dir_ / "winmail.dat", std::ios::binary) << test::sampleWinmail();
     }
     void TearDown() override { fs::remove_all(dir_); }
-    int run(const std::string& args) {
-        const std::string cmd = "cd " + dir_.string() + " && " + QB_QUILLBOX_PATH + " view " +
-                                args + " >stdout 2>stderr";
+    int run(const std::string& args, const char* command = "view") {
+        const std::string cmd = "cd " + dir_.string() + " && " + QB_QUILLBOX_PATH + " " + command +
+                                " " + args + " >stdout 2>stderr";
         const int raw = std::system(cmd.c_str());
         return WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
     }
@@ -121,6 +121,11 @@ TEST_F(ViewCommand, APartialReadIsShownAboveTheHeaders) {
     EXPECT_NE(HtmlQuery::text(blocks[0]).find("This message was read only in part."),
               std::string::npos);
     EXPECT_EQ(page.elements("li", "", blocks[0]).size(), 1u);
+    // extract's view says the same.
+    ASSERT_EQ(run("cut.dat -o extracted", "extract"), 3) << out("stderr");
+    const HtmlQuery extracted(out("extracted/cut/View.html"));
+    ASSERT_TRUE(extracted.byId("qbx-alert"));
+    EXPECT_EQ(HtmlQuery::text(extracted.byId("qbx-alert")), HtmlQuery::text(blocks[0]));
     // A whole message has no alert.
     ASSERT_EQ(run("winmail.dat -o whole.html"), 0);
     EXPECT_FALSE(HtmlQuery(out("whole.html")).byId("qbx-alert"));
