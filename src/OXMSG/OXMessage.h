@@ -88,8 +88,6 @@ class QB_API OXMessage : public OutlookMessage {
     std::shared_ptr<Address> sender() const override { return sender_; }
     std::optional<std::string> subject() const override { return subject_; }
     std::optional<Date> date() const override { return std::nullopt; }
-    std::optional<std::string> mimeBodyContent() const override { return std::nullopt; }
-    std::optional<std::string> mimeHtmlBodyContent() const override { return std::nullopt; }
     bool isTnefCorrelatorMatchingMimeHeader() const override { return false; }
     ValueLayout valueLayout() const override { return ValueLayout::WholeBuffer; }
     std::shared_ptr<OutlookMessage> openEmbeddedMessage(const Bytes&) const override {

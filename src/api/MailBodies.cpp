@@ -3,12 +3,16 @@
 // attachments and its winmail.dat.
 #include "api/MailBodies.h"
 
+#include <algorithm>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "mailkit/MailKitStrings.h"
 #include "mailkit/MimeEncoding.h"
 #include "mime/MimeConstants.h"
 #include "platform/AsciiCase.h"
+#include "platform/StringEncoding.h"
 
 namespace qb {
 
@@ -40,6 +44,55 @@ bool isAttachment(const MimePart& part) {
         type != disposition.end() && lowercasedASCII(trimmedBlanks(type->second)) == "attachment")
         return true;
     return !mimePartName(part).empty();
+}
+
+// What a charset label means for a mail body. As browsers read mail: "us-ascii" and
+// "iso-8859-1" are written by programs that send Windows-1252, and a body without a (known)
+// label is read as UTF-8 when it is that.
+StringEncoding bodyEncoding(const MimePart& part, std::string_view bytes) {
+    const auto label = part.charset();
+    StringEncoding e = label ? encodingForIANAName(trimmedBlanks(*label)) : kInvalidEncoding;
+    if (e == kASCIIEncoding || e == kISOLatin1Encoding) e = kWindowsCP1252Encoding;
+    if (e != kInvalidEncoding && isKnownEncoding(e)) return e;
+    return isValidUTF8(bytes) ? kUTF8Encoding : kWindowsCP1252Encoding;
+}
+
+// Where the charset value of a "charset=" that starts at `at` lies, up to `end`: after the
+// equals sign and an opening quote, up to a quote, a blank, a semicolon or the tag's end.
+std::optional<std::pair<size_t, size_t>> charsetValueAt(std::string_view lower, size_t at,
+                                                        size_t end) {
+    size_t i = at + std::string_view("charset").size();
+    while (i < end && (lower[i] == ' ' || lower[i] == '\t'))
+        ++i;
+    if (i >= end || lower[i] != '=') return std::nullopt;
+    ++i;
+    while (i < end && (lower[i] == ' ' || lower[i] == '\t'))
+        ++i;
+    if (i < end && (lower[i] == '"' || lower[i] == '\'')) ++i;
+    size_t j = i;
+    while (j < end && std::string_view(" \t\r\n;\"'/").find(lower[j]) == std::string_view::npos)
+        ++j;
+    if (j == i) return std::nullopt;
+    return std::pair{i, j};
+}
+
+// The HTML with the charset its <meta> tags declare made "utf-8", which it now is: a browser
+// that opens the file reads it by that declaration.
+std::string htmlDeclaringUTF8(std::string html) {
+    const std::string lower = lowercasedASCII(html);
+    std::vector<std::pair<size_t, size_t>> values;
+    for (size_t tag = lower.find("<meta"); tag != std::string::npos;) {
+        const size_t end = std::min(lower.find('>', tag), lower.size());
+        // Each tag's own text only, so that the scan stays linear in the document.
+        const std::string_view text = std::string_view(lower).substr(0, end);
+        for (size_t at = text.find("charset", tag); at != std::string_view::npos;
+             at = text.find("charset", at + 1))
+            if (auto value = charsetValueAt(lower, at, end)) values.push_back(*value);
+        tag = end == lower.size() ? std::string::npos : lower.find("<meta", end);
+    }
+    for (auto it = values.rbegin(); it != values.rend(); ++it)
+        html.replace(it->first, it->second - it->first, "utf-8");
+    return html;
 }
 
 void walkLeaves(const MimePartPtr& part, int depth,
@@ -75,16 +128,29 @@ void forEachMimeLeaf(const MimePartPtr& root,
     walkLeaves(root, 0, visit);
 }
 
+std::optional<std::string> bodyTextOfPart(const MimePart& part) {
+    const auto bytes = part.decodedContent();
+    if (!bytes) return std::nullopt;
+    const std::string_view view = bytes->view();
+    const StringEncoding e = bodyEncoding(part, view);
+    if (e == kUTF8Encoding && isValidUTF8(view)) return std::string(view);
+    return decodeMessageText({reinterpret_cast<const uint8_t*>(view.data()), view.size()}, e);
+}
+
 MailBodies mailBodies(const MimePartPtr& root) {
     MailBodies bodies;
     forEachMimeLeaf(root, [&](const MimePartPtr& part) {
         // A single-part mail's only part is its body, whatever its headers name.
         if (isTNEFPart(*part) || (part != root && isAttachment(*part))) return;
-        if (!bodies.html)
-            if (auto h = part->htmlContent()) bodies.html = std::move(h);
-        if (!bodies.plain)
-            if (auto p = part->plainContent()) bodies.plain = std::move(p);
+        if (part->type() != "text") return;
+        std::optional<std::string>* body = nullptr;
+        if (part->subtype() == "plain")
+            body = &bodies.plain;
+        else if (part->subtype() == "html")
+            body = &bodies.html;
+        if (body && !*body) *body = bodyTextOfPart(*part);
     });
+    if (bodies.html) bodies.html = htmlDeclaringUTF8(std::move(*bodies.html));
     return bodies;
 }
 

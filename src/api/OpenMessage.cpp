@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Format dispatch for every program built on the library: the compound-file signature picks
-// the .msg reader, a mail opens the winmail.dat it carries, anything else is tried as TNEF.
+// the .msg reader, a mail opens the winmail.dat it carries, anything else is tried as TNEF; a
+// signed message then takes its bodies from the MIME entity it carries.
 #include "api/OpenMessage.h"
 
 #include <fmt/format.h>
@@ -10,6 +11,7 @@
 
 #include "OXMSG/OXMessage.h"
 #include "OXMSG/cfb/CFBEntry.h"
+#include "api/SignedContent.h"
 #include "api/TNEFInMail.h"
 #include "formats/QBFileFormat.h"
 #include "platform/Localized.h"
@@ -95,6 +97,14 @@ std::optional<Expected<OpenedMessage>> openMail(const Bytes& data) {
     return opened;
 }
 
+Expected<OpenedMessage> openByContent(const Bytes& data) {
+    if (CFBEntry::hasSignature(data)) return openCompoundFile(data);
+    if (!hasTNEFSignature(data) && looksLikeMail(data))
+        if (auto mail = openMail(data)) return std::move(*mail);
+    // Anything else is tried as TNEF, which also finds a stream embedded in other bytes.
+    return openTNEF(data, nullptr);
+}
+
 }  // namespace
 
 const char* formatName(MessageFormat format) {
@@ -102,11 +112,11 @@ const char* formatName(MessageFormat format) {
 }
 
 Expected<OpenedMessage> openMessage(Bytes data) {
-    if (CFBEntry::hasSignature(data)) return openCompoundFile(data);
-    if (!hasTNEFSignature(data) && looksLikeMail(data))
-        if (auto mail = openMail(data)) return std::move(*mail);
-    // Anything else is tried as TNEF, which also finds a stream embedded in other bytes.
-    return openTNEF(data, nullptr);
+    auto opened = openByContent(data);
+    // A signed message's content is the MIME entity it carries: its bodies stand in where the
+    // message has none of its own.
+    if (opened) takeBodiesFromSignedContent(*opened->message);
+    return opened;
 }
 
 Expected<Bytes> readInput(const std::string& path, uint64_t maxSize) {

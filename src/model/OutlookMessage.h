@@ -63,9 +63,16 @@ class QB_API OutlookMessage : public std::enable_shared_from_this<OutlookMessage
     virtual std::optional<std::string> subject() const = 0;
     /// The date the message carries in its TNEF fields (a .msg keeps its dates as properties).
     virtual std::optional<Date> date() const = 0;
-    /// The plain-text and HTML bodies the outer mail's headers gave the message, if any.
-    virtual std::optional<std::string> mimeBodyContent() const = 0;
-    virtual std::optional<std::string> mimeHtmlBodyContent() const = 0;
+    /// The plain-text and HTML bodies (UTF-8) of a MIME entity that stands for the message's
+    /// body: the outer mail that carried it, or the signed content of a signed message. The
+    /// body exporters fall back to them when the message has no body of its own.
+    virtual std::optional<std::string> mimeBodyContent() const { return mimeBody_; }
+    virtual std::optional<std::string> mimeHtmlBodyContent() const { return mimeHtmlBody_; }
+    /// Set by the reader or by the code that opens the message, before the message is shared.
+    void setMimeBodyContent(std::optional<std::string> text) { mimeBody_ = std::move(text); }
+    void setMimeHtmlBodyContent(std::optional<std::string> html) {
+        mimeHtmlBody_ = std::move(html);
+    }
     /// Whether the outer mail's headers name this stream, so that they override its fields.
     virtual bool isTnefCorrelatorMatchingMimeHeader() const = 0;
 
@@ -84,6 +91,7 @@ class QB_API OutlookMessage : public std::enable_shared_from_this<OutlookMessage
 
   private:
     std::shared_ptr<ReadReport> report_;
+    std::optional<std::string> mimeBody_, mimeHtmlBody_;
 };
 
 }  // namespace qb

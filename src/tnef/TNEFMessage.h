@@ -63,8 +63,6 @@ class QB_API TNEFMessage : public OutlookMessage {
     std::shared_ptr<Address> sender() const override { return sender_; }
     std::optional<std::string> subject() const override { return subject_; }
     std::optional<Date> date() const override { return date_; }
-    std::optional<std::string> mimeBodyContent() const override { return mimeBody_; }
-    std::optional<std::string> mimeHtmlBodyContent() const override { return mimeHtmlBody_; }
     bool isTnefCorrelatorMatchingMimeHeader() const override;
     ValueLayout valueLayout() const override { return ValueLayout::CountedInStream; }
     std::shared_ptr<OutlookMessage> openEmbeddedMessage(const Bytes& data) const override;
@@ -98,7 +96,6 @@ class QB_API TNEFMessage : public OutlookMessage {
     AddressList to_, cc_, bcc_;
     std::optional<std::string> subject_;
     std::optional<Date> date_;
-    std::optional<std::string> mimeBody_, mimeHtmlBody_;
 
     Lazy<std::optional<std::string>> messageClass_;
     Lazy<std::optional<std::string>> tnefCorrelator_;

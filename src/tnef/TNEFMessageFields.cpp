@@ -149,8 +149,8 @@ void TNEFMessage::parseMimeMessageHeaders() {
     if (auto s = stringEntry(h, "subject")) subject_ = s;
     if (auto s = stringEntry(h, "date"))
         if (auto d = parseRFC3339(*s)) date_ = d;
-    if (auto s = stringEntry(h, "mimeBodyContent")) mimeBody_ = s;
-    if (auto s = stringEntry(h, "mimeHtmlBodyContent")) mimeHtmlBody_ = s;
+    if (auto s = stringEntry(h, "mimeBodyContent")) setMimeBodyContent(std::move(s));
+    if (auto s = stringEntry(h, "mimeHtmlBodyContent")) setMimeHtmlBodyContent(std::move(s));
 }
 
 }  // namespace qb

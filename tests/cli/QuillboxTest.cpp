@@ -14,6 +14,7 @@
 #include <sstream>
 
 #include "platform/Dictionary.h"
+#include "platform/Digest.h"
 #include "support/CompoundFileWriter.h"
 #include "support/EmlReport.h"
 #include "support/MsgWriter.h"
@@ -393,6 +394,44 @@ TEST_F(Quillbox, ExtractCanKeepTheBodiesAsStored) {
     // Without the flag only the exported forms are written.
     r = run("extract -o " + (dir_ / "plain").string() + " " + msg);
     EXPECT_FALSE(fs::exists(dir_ / "plain" / "bodies" / "Message.original.html"));
+}
+
+// A signed .msg that Outlook left without a body of its own: extract, eml and the view show
+// the signed text; the entity itself is extracted and listed as it is.
+TEST_F(Quillbox, SignedMessageShowsItsSignedContent) {
+    const std::string entity =
+        "MIME-Version: 1.0\r\n"
+        "Content-Type: multipart/signed; protocol=\"application/pgp-signature\";"
+        " boundary=\"s\"\r\n\r\n"
+        "--s\r\nContent-Type: text/plain; charset=iso-8859-1\r\n"
+        "Content-Transfer-Encoding: quoted-printable\r\n\r\nSign=E9d text.\r\n"
+        "--s\r\nContent-Type: application/pgp-signature; name=\"signature.asc\"\r\n\r\n"
+        "-----BEGIN PGP SIGNATURE-----\r\n-----END PGP SIGNATURE-----\r\n--s--\r\n";
+    test::MsgFile f;
+    f.root.string8(0x001A, "IPM.Note.SMIME.MultipartSigned").unicode(0x0037, "signed");
+    f.attachments.push_back(
+        {test::MsgProps().string8(0x370E, "multipart/signed").binary(0x3701, entity), {}});
+    const std::string msg = write("signed.msg", f.write());
+
+    const fs::path out = dir_ / "out";
+    RunResult r = run("extract -o " + out.string() + " " + msg);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(slurp(out / "signed" / "Message.txt"), "Signéd text.");
+    EXPECT_THAT(slurp(out / "signed" / "View.html"), HasSubstr("Signéd text."));
+    std::string attached;
+    for (const auto& name : filesUnder(out / "signed"))
+        if (name.starts_with("Untitled Attachment")) attached = slurp(out / "signed" / name);
+    EXPECT_EQ(attached, entity);
+
+    r = run("eml " + msg);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_THAT(r.out, HasSubstr("\r\n\r\nSign=C3=A9d text.\r\n"));  // the body, in UTF-8
+    EXPECT_THAT(r.out, HasSubstr("\r\n\r\n" + entity));              // the entity as it is
+
+    r = run("info --json " + msg);
+    const Dictionary line = Dictionary::parse(r.out);
+    EXPECT_EQ(line["message"]["attachments"][0]["size"], entity.size());
+    EXPECT_EQ(line["message"]["attachments"][0]["sha256"], sha256Hex(Bytes::fromString(entity)));
 }
 
 TEST_F(Quillbox, UsageErrorsExitWithTwo) {

@@ -13,6 +13,7 @@
 #include "api/MailDate.h"
 #include "api/MessageView.h"
 #include "api/OpenMessage.h"
+#include "api/SignedContent.h"
 #include "api/TNEFInMail.h"
 #include "exporters/CalendarRecurrence.h"
 #include "exporters/CalendarTimeZone.h"
@@ -168,7 +169,8 @@ bool fuzzFormats(const Bytes& input) {
 
 bool fuzzExport(const Bytes& input) {
     if (input.view().starts_with(kCompoundFileSignature)) {
-        exportAll(OXMessage::create(input));
+        // Through the front door, which also reads the signed content of a signed message.
+        if (auto opened = openMessage(input)) exportAll(opened->message);
     } else if (looksLikeMail(input)) {
         // A mail goes through the front door, which opens the winmail.dat it carries.
         if (auto opened = openMessage(input)) exportAll(opened->message);
@@ -397,6 +399,10 @@ bool fuzzMime(const Bytes& input) {
     (void)root->description();
     for (const auto& r : resources)
         if (!r.url.starts_with("cid:")) return false;
+    // The same bytes as the signed entity of a message: whatever bodies it gives are UTF-8.
+    if (auto bodies = bodiesOfMimeEntity(input))
+        for (const auto* body : {&bodies->plain, &bodies->html})
+            if (*body && !isValidUTF8(**body)) return false;
     return true;
 }
 

@@ -25,7 +25,8 @@ bool fuzzCalendar(const Bytes& input);   // stored time zones and recurrences, a
 bool fuzzVCF(const Bytes& input);        // distribution-list members and contact cards
 bool fuzzMimeGlobs(const Bytes& input);  // the icons module's reading of the MIME data files
 bool fuzzPDFPage(const Bytes& input);    // the PDF module's first-page picture
-bool fuzzMime(const Bytes& input);        // MIME part trees read from data, and their pages
+bool fuzzMime(const Bytes& input);        // MIME part trees read from data, their pages, and
+                                          // the bodies of a signed entity
 
 // Every target's name ("fuzz_tnef", ...), as the fuzz binaries and the findings' folders are
 // called.
