@@ -241,7 +241,9 @@ for jobs in 1 2; do
 done
 
 # Start-up: a process per small file, as find -exec, xargs and mail filters run it.
-small=$(ls "$work"/in/small/*.dat | head -n 1)
+# (A glob, not ls | head: with pipefail, ls cut off by head would end the script.)
+smalls=("$work"/in/small/*.dat)
+small=${smalls[0]}
 hyperfine -N --warmup 20 --runs 200 --export-json "$work/startup.json" \
     "$q info --json $small" /bin/true >/dev/null
 startup=$(python3 - "$work/startup.json" <<'PY'
