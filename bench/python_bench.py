@@ -6,7 +6,8 @@ or Dask worker against two. Writes the "From Python" section of bench/results.md
     bench/python_bench.py SMALL_DIR [--build BUILD] [--runs N]
 
 SMALL_DIR holds the small messages (`build/make-samples DIR --small 5000` writes them to
-DIR/small). Times are wall clock, median of N runs (default 3), after one warm-up pass.
+DIR/small). Times are wall clock, median of N runs (default 5), after one warm-up pass;
+the variants take turns within each run.
 """
 
 import argparse
@@ -29,24 +30,29 @@ def cpu_seconds():
     return t.user + t.system + t.children_user + t.children_system
 
 
-def median_time(runs, work):
-    """(wall, CPU) seconds, each the median of `runs`. CPU time shows the cost per core even
-    when other work on the machine stretches the wall clock."""
-    work()  # warm-up: page cache, imports
-    walls, cpus = [], []
+def interleaved_medians(runs, works):
+    """{name: (wall, CPU)} seconds, each the median of `runs`. The works take turns within each
+    run, so a slower spell of a shared machine falls on all of them alike rather than on
+    whichever ran then; CPU time shows the cost per core even when the wall clock stretches."""
+    for work in works.values():
+        work()  # warm-up: page cache, imports
+    walls = {name: [] for name in works}
+    cpus = {name: [] for name in works}
     for _ in range(runs):
-        start, cpu = time.perf_counter(), cpu_seconds()
-        work()
-        walls.append(time.perf_counter() - start)
-        cpus.append(cpu_seconds() - cpu)
-    return statistics.median(walls), statistics.median(cpus)
+        for name, work in works.items():
+            start, cpu = time.perf_counter(), cpu_seconds()
+            work()
+            walls[name].append(time.perf_counter() - start)
+            cpus[name].append(cpu_seconds() - cpu)
+    return {name: (statistics.median(walls[name]), statistics.median(cpus[name]))
+            for name in works}
 
 
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("small_dir")
     parser.add_argument("--build", default=str(ROOT / "build"))
-    parser.add_argument("--runs", type=int, default=3)
+    parser.add_argument("--runs", type=int, default=5)
     args = parser.parse_args()
     sys.path.insert(0, str(pathlib.Path(args.build) / "python"))
     import quillbox
@@ -54,9 +60,9 @@ def main():
     files = sorted(str(p) for p in pathlib.Path(args.small_dir).iterdir() if p.is_file())
     quillbox_cli = str(pathlib.Path(args.build) / "quillbox")
 
-    def cli():
-        subprocess.run([quillbox_cli, "info", "--json", *files], check=True,
-                       stdout=subprocess.DEVNULL)
+    def cli(*options):
+        return lambda: subprocess.run([quillbox_cli, "info", "--json", *options, *files],
+                                      check=True, stdout=subprocess.DEVNULL)
 
     def info(path):
         return quillbox.open(path).info()
@@ -70,36 +76,45 @@ def main():
                     pass
         return run
 
-    rows = []
-    t_cli, c_cli = median_time(args.runs, cli)
-    rows.append(("quillbox info --json (one process)", t_cli, c_cli))
-    t_loop, c_loop = median_time(args.runs, lambda: [info(f) for f in files])
-    rows.append(("Python: open(f).info() in a loop", t_loop, c_loop))
-    t1, c1 = median_time(args.runs, threads(1))
-    rows.append(("Python: 1 thread (ThreadPoolExecutor, a share of the files each)", t1, c1))
-    t2, c2 = median_time(args.runs, threads(2))
-    rows.append(("Python: 2 threads", t2, c2))
+    names = {
+        "cli": "quillbox info --json (one process, both cores)",
+        "cli1": "quillbox info --json -j 1",
+        "loop": "Python: open(f).info() in a loop",
+        "t1": "Python: 1 thread (ThreadPoolExecutor, a share of the files each)",
+        "t2": "Python: 2 threads",
+    }
+    measured = interleaved_medians(args.runs, {
+        "cli": cli(),
+        "cli1": cli("-j", "1"),
+        "loop": lambda: [info(f) for f in files],
+        "t1": threads(1),
+        "t2": threads(2),
+    })
+    rows = [(names[key], *measured[key]) for key in names]
+    (t_cli, c_cli), (t_cli1, _) = measured["cli"], measured["cli1"]
+    (t_loop, c_loop), (t1, _), (t2, _) = measured["loop"], measured["t1"], measured["t2"]
 
     # Dask: the batch script without extraction; its own report excludes cluster start-up.
+    # One worker and two take turns, as above.
     def dask_seconds(workers):
         out = pathlib.Path(os.environ.get("TMPDIR", "/tmp")) / f"qb-dask-bench-{os.getpid()}"
         env = dict(os.environ, PYTHONPATH=str(pathlib.Path(args.build) / "python"))
-        seconds = []
-        for _ in range(args.runs):
-            subprocess.run(["rm", "-rf", str(out)], check=True)
-            run = subprocess.run([sys.executable, str(ROOT / "examples" / "dask_batch.py"),
-                                  args.small_dir, "-o", str(out), "--workers", str(workers),
-                                  "--no-extract"], env=env, capture_output=True, text=True)
-            found = re.search(r"failed, ([0-9.]+) s", run.stderr)
-            if not found:
-                sys.exit("dask_batch.py failed:\n" + run.stderr)
-            seconds.append(float(found.group(1)))
         subprocess.run(["rm", "-rf", str(out)], check=True)
-        return statistics.median(seconds)
+        run = subprocess.run([sys.executable, str(ROOT / "examples" / "dask_batch.py"),
+                              args.small_dir, "-o", str(out), "--workers", str(workers),
+                              "--no-extract"], env=env, capture_output=True, text=True)
+        subprocess.run(["rm", "-rf", str(out)], check=True)
+        found = re.search(r"failed, ([0-9.]+) s", run.stderr)
+        if not found:
+            sys.exit("dask_batch.py failed:\n" + run.stderr)
+        return float(found.group(1))
 
-    d1 = dask_seconds(1)
+    dask = {1: [], 2: []}
+    for _ in range(args.runs):
+        for workers in dask:
+            dask[workers].append(dask_seconds(workers))
+    d1, d2 = statistics.median(dask[1]), statistics.median(dask[2])
     rows.append(("Dask: dask_batch.py --no-extract, 1 worker", d1, None))
-    d2 = dask_seconds(2)
     rows.append(("Dask: 2 workers", d2, None))
 
     load = " ".join(f"{x:.2f}" for x in os.getloadavg())
@@ -118,9 +133,11 @@ def main():
         lines.append(f"| {name} | {t:.2f} | {len(files) / t:.0f} | {cpu} |")
     lines += [
         "",
-        f"Wall clock: Python over the command line ×{t_loop / t_cli:.2f}; 2 threads over 1: "
-        f"×{t1 / t2:.2f} faster; 2 Dask workers over 1: ×{d1 / d2:.2f} faster. CPU time: Python "
-        f"over the command line ×{c_loop / c_cli:.2f}.",
+        f"Wall clock: the Python loop over the command line ×{t_loop / t_cli:.2f} (over "
+        f"`-j 1`, the same one core: ×{t_loop / t_cli1:.2f}); 2 Python threads over the command "
+        f"line ×{t2 / t_cli:.2f}; 2 threads over 1: ×{t1 / t2:.2f} faster; 2 Dask workers over "
+        f"1: ×{d1 / d2:.2f} faster. CPU time: Python over the command line "
+        f"×{c_loop / c_cli:.2f}.",
         "",
     ]
     section = "\n".join(lines)

@@ -7,9 +7,11 @@
 
 #include <cerrno>
 #include <cstring>
+#include <unordered_map>
 
 #include "Conversions.h"
 #include "Errors.h"
+#include "ReleasedGIL.h"
 #include "api/ExportToFolder.h"
 #include "api/ExportToRFC822.h"
 #include "api/MessageInfo.h"
@@ -51,21 +53,37 @@ std::string shownName(const MessageObject& m) {
     return m.file.value_or("-");
 }
 
-// The record as Python values, made directly rather than through a JSON text: this is most
-// of what info() costs beyond reading.
+// A record's keys come from a small fixed set; each is made once as a Python str and kept
+// for the interpreter's life. Guarded by the GIL.
+PyObject* keyObject(const std::string& key) {
+    static auto* keys = new std::unordered_map<std::string, PyObject*>();
+    if (auto found = keys->find(key); found != keys->end()) return Py_NewRef(found->second);
+    PyObject* made =
+        PyUnicode_DecodeUTF8(key.data(), static_cast<Py_ssize_t>(key.size()), "replace");
+    if (!made) throw py::error_already_set();
+    if (keys->size() < 256) keys->emplace(key, Py_NewRef(made));
+    return made;
+}
+
+// The record as Python values, made directly rather than through a JSON text or pybind11's
+// wrappers: this runs with the GIL held, so it is what Python threads wait on.
 py::object toPython(const Dictionary& value) {
     switch (value.type()) {
         case Dictionary::value_t::object: {
             py::dict d;
-            for (const auto& item : value.items())
-                d[text(item.key())] = toPython(item.value());
+            for (const auto& item : value.items()) {
+                py::object key = py::reinterpret_steal<py::object>(keyObject(item.key()));
+                py::object element = toPython(item.value());
+                if (PyDict_SetItem(d.ptr(), key.ptr(), element.ptr()) < 0)
+                    throw py::error_already_set();
+            }
             return d;
         }
         case Dictionary::value_t::array: {
             py::list l(value.size());
-            size_t i = 0;
+            Py_ssize_t i = 0;
             for (const auto& element : value)
-                l[i++] = toPython(element);
+                PyList_SET_ITEM(l.ptr(), i++, toPython(element).release().ptr());
             return l;
         }
         case Dictionary::value_t::string:
@@ -84,19 +102,21 @@ py::object toPython(const Dictionary& value) {
 }
 
 py::object info(const MessageObject& m) {
-    Dictionary record;
+    auto record = std::make_shared<Dictionary>();
     {
-        py::gil_scoped_release unlocked;
-        record = infoRecord(shownName(m), m.format, *m.message);
-        if (!m.file) record["file"] = nullptr;
+        ReleasedGIL unlocked;
+        *record = infoRecord(shownName(m), m.format, *m.message);
+        if (!m.file) (*record)["file"] = nullptr;
     }
-    return toPython(record);
+    py::object result = toPython(*record);
+    releaseLater(std::move(record), 0);
+    return result;
 }
 
 py::object toEml(const MessageObject& m) {
     std::optional<Expected<Bytes>> eml;
     {
-        py::gil_scoped_release unlocked;
+        ReleasedGIL unlocked;
         eml.emplace(rfc822Message(m.message));
     }
     if (!*eml) raiseReadError(eml->error(), m.file);
@@ -109,7 +129,7 @@ py::list extract(const MessageObject& m, const std::string& directory,
     int failedErrno = 0;
     std::string failedPath;
     {
-        py::gil_scoped_release unlocked;
+        ReleasedGIL unlocked;
         FolderExportOptions options;
         options.originalBodies = originalBodies;
         options.fileFailed = [&](const std::string& path, int error) {
@@ -145,7 +165,7 @@ py::object calendar(const MessageObject& m) {
     if (!ICSExporter::canHandleMessageClass(m.message->messageClass())) return py::none();
     std::optional<Bytes> data;
     {
-        py::gil_scoped_release unlocked;
+        ReleasedGIL unlocked;
         if (auto exporter = ICSExporter::create(m.message, nullptr)) data = exporter->data();
     }
     return bytesCopy(data);
@@ -157,7 +177,7 @@ py::object card(const MessageObject& m, const std::string& version) {
     if (!VCFExporter::canHandleMessageClass(m.message->messageClass())) return py::none();
     std::optional<Bytes> data;
     {
-        py::gil_scoped_release unlocked;
+        ReleasedGIL unlocked;
         const auto v = version == "4.0" ? VCardVersion::V40 : VCardVersion::V21;
         if (auto exporter = VCFExporter::create(m.message, v)) data = exporter->data();
     }
@@ -171,7 +191,7 @@ py::bytes view(const MessageObject& m, bool showEmpty,
                const std::optional<std::string>& stylesheet) {
     std::optional<std::string> page;
     {
-        py::gil_scoped_release unlocked;
+        ReleasedGIL unlocked;
         MessageViewOptions options;
         options.showEmpty = showEmpty;
         options.stylesheetPath = stylesheet;
@@ -189,7 +209,7 @@ py::bytes view(const MessageObject& m, bool showEmpty,
 py::object bodies(const MessageObject& m) {
     MessageBodies b;
     {
-        py::gil_scoped_release unlocked;
+        ReleasedGIL unlocked;
         b = messageBodies(*m.message);
     }
     return py::cast(BodiesObject{text(b.plain), bytesCopy(b.html), bytesCopy(b.rtf)});
@@ -208,7 +228,7 @@ py::object nestedMessage(const AttachmentObject& a) {
     if (!nested) return py::none();
     const MessageFormat format =
         std::dynamic_pointer_cast<TNEFMessage>(nested) ? MessageFormat::TNEF : MessageFormat::MSG;
-    return py::cast(MessageObject{std::move(nested), format, std::nullopt});
+    return py::cast(MessageObject(std::move(nested), format, std::nullopt, 0));
 }
 
 std::string repr(const MessageObject& m) {
@@ -221,38 +241,64 @@ std::string repr(const MessageObject& m) {
 }  // namespace
 
 MessageObject openSource(const py::object& source, const std::optional<std::string>& name) {
-    std::optional<Expected<Bytes>> data;
+    std::optional<Bytes> copied;
+    std::string bytesPath;
     std::optional<std::string> file = name;
     if (PyObject_CheckBuffer(source.ptr()) && !py::isinstance<py::str>(source)) {
         // The caller may change its buffer later; the message keeps a copy of its own.
         py::buffer_info view = py::buffer(source).request();
-        data.emplace(Bytes::copy(view.ptr, static_cast<size_t>(view.size * view.itemsize)));
+        copied = Bytes::copy(view.ptr, static_cast<size_t>(view.size * view.itemsize));
     } else if (PyUnicode_Check(source.ptr()) && PyUnicode_AsUTF8(source.ptr())) {
         // The common case, a str path, without a round through the os module.
         if (!file) file = source.cast<std::string>();
         py::object encoded =
             py::reinterpret_steal<py::object>(PyUnicode_EncodeFSDefault(source.ptr()));
         if (!encoded) throw py::error_already_set();
-        const std::string bytesPath = encoded.cast<std::string>();
-        py::gil_scoped_release unlocked;
-        data.emplace(readInput(bytesPath));
+        bytesPath = encoded.cast<std::string>();
     } else {
         PyErr_Clear();  // a str that is not UTF-8 (surrogate escapes) goes the long way
         py::module_ os = py::module_::import("os");
         py::object path = os.attr("fspath")(source);
-        const std::string bytesPath = os.attr("fsencode")(path).cast<std::string>();
+        bytesPath = os.attr("fsencode")(path).cast<std::string>();
         if (!file) file = py::str(os.attr("fsdecode")(path)).cast<std::string>();
-        py::gil_scoped_release unlocked;
-        data.emplace(readInput(bytesPath));
     }
-    if (!*data) raiseReadError(data->error(), file);
+    // Read and parsed in one release of the GIL.
     std::optional<Expected<OpenedMessage>> opened;
+    size_t inputSize = 0;
     {
-        py::gil_scoped_release unlocked;
-        opened.emplace(openMessage(std::move(**data)));
+        ReleasedGIL unlocked;
+        Expected<Bytes> data = copied ? Expected<Bytes>(std::move(*copied)) : readInput(bytesPath);
+        if (data) {
+            inputSize = data->size();
+            opened.emplace(openMessage(std::move(*data)));
+        } else {
+            opened.emplace(data.error());
+        }
     }
     if (!*opened) raiseReadError(opened->error(), file);
-    return MessageObject{std::move((*opened)->message), (*opened)->format, file};
+    return MessageObject((*opened)->message, (*opened)->format, file, inputSize);
+}
+
+MessageObject::MessageObject(std::shared_ptr<OutlookMessage> message_, MessageFormat format_,
+                             std::optional<std::string> file_, size_t inputSize_)
+    : message(std::move(message_)),
+      format(format_),
+      file(std::move(file_)),
+      inputSize(inputSize_) {}
+
+MessageObject::~MessageObject() {
+    releaseLater(std::move(message), inputSize);
+}
+
+AttachmentObject::AttachmentObject(std::shared_ptr<TNEFAttachment> attachment_,
+                                   std::shared_ptr<OutlookMessage> owner_, size_t ownerInputSize_)
+    : attachment(std::move(attachment_)),
+      owner(std::move(owner_)),
+      ownerInputSize(ownerInputSize_) {}
+
+AttachmentObject::~AttachmentObject() {
+    releaseLater(std::move(attachment), 0);
+    releaseLater(std::move(owner), ownerInputSize);
 }
 
 void defineMessageTypes(py::module_& module) {
@@ -357,7 +403,7 @@ void defineMessageTypes(py::module_& module) {
             [](const MessageObject& m) {
                 py::list out;
                 for (const auto& a : m.message->attachments())
-                    out.append(py::cast(AttachmentObject{a, m.message}));
+                    out.append(py::cast(AttachmentObject(a, m.message, m.inputSize)));
                 return out;
             },
             "Its attachments, a list of Attachment.")

@@ -4,6 +4,8 @@ exported, so results must not depend on what other threads do meanwhile."""
 
 import concurrent.futures
 import hashlib
+import os
+import struct
 import threading
 
 import quillbox
@@ -76,3 +78,37 @@ def test_four_threads_view_at_once_as_one_thread_does(samples):
     with concurrent.futures.ThreadPoolExecutor(max_workers=4) as pool:
         results = list(pool.map(work, range(4)))
     assert results == [expected] * 4
+
+
+def resident_mb():
+    with open("/proc/self/statm") as f:
+        return int(f.read().split()[1]) * os.sysconf("SC_PAGE_SIZE") / 2**20
+
+
+def test_messages_python_drops_are_freed_by_the_threads_that_go_on():
+    # A message dropped under the GIL is freed by its thread's next call, without the GIL; a
+    # thread that drops many big ones must not pile them up (each holds its own 2 MB copy).
+    body = b"x" * (2 << 20)
+    data = (struct.pack("<IH", 0x223E9F78, 1) + struct.pack("<BHHI", 1, 0x800C, 2, len(body)) +
+            body + struct.pack("<H", sum(body) & 0xFFFF))
+
+    def work(count):
+        for _ in range(count):
+            m = quillbox.open(data)
+            assert len(m.bodies.plain) == len(body)
+            m.info()
+
+    work(4)
+    before = resident_mb()
+    work(100)
+    threads = [threading.Thread(target=work, args=(50,)) for _ in range(2)]
+    for t in threads:
+        t.start()
+    for t in threads:
+        t.join()
+    # 400 MB were opened and dropped.
+    assert resident_mb() - before < 64
+    # Dropped together, with no call after: only a few megabytes wait for the next call.
+    kept = [quillbox.open(data) for _ in range(40)]
+    del kept
+    assert resident_mb() - before < 64
