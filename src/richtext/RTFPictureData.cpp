@@ -7,6 +7,7 @@
 
 #include "platform/ByteReader.h"
 #include "platform/HexDigits.h"
+#include "platform/HugePages.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -74,9 +75,8 @@ size_t decodeDigitBlocks(const unsigned char* p, size_t size, uint8_t* out) {
 }  // namespace
 
 void RTFPictureData::applyControlWord(std::string_view w, std::optional<int32_t> param) {
-    static constexpr std::string_view kKinds[] = {"pngblip",   "jpegblip", "emfblip",
-                                                  "wmetafile", "dibitmap", "wbitmap",
-                                                  "macpict",   "pmmetafile"};
+    static constexpr std::string_view kKinds[] = {"pngblip",  "jpegblip", "emfblip", "wmetafile",
+                                                  "dibitmap", "wbitmap",  "macpict", "pmmetafile"};
     for (auto k : kKinds)
         if (w == k) kind_ = std::string(w);
     if (!param) return;
@@ -94,7 +94,10 @@ void RTFPictureData::addHexText(std::string_view text) {
     // straight into place. Growth is geometric when the digits come in many pieces.
     const size_t start = hex_.size();
     const size_t room = text.size() / 2 + 1;
-    if (hex_.capacity() - start < room) hex_.reserve(std::max(hex_.capacity() * 2, start + room));
+    if (hex_.capacity() - start < room) {
+        hex_.reserve(std::max(hex_.capacity() * 2, start + room));
+        adviseHugePages(hex_.data(), hex_.capacity());
+    }
     hex_.resize(start + room);
     uint8_t* const first = hex_.data() + start;
     uint8_t* out = first;
@@ -150,7 +153,8 @@ std::optional<StyledImage> RTFPictureData::takeImage() {
     // (in pixels for bitmaps: 15 twips each at 96 dpi).
     image.widthTwips = scaled(goalWidth_, scaleX_);
     image.heightTwips = scaled(goalHeight_, scaleY_);
-    if (!image.widthTwips && width_ && *width_ > 0) image.widthTwips = scaled(*width_ * 15, scaleX_);
+    if (!image.widthTwips && width_ && *width_ > 0)
+        image.widthTwips = scaled(*width_ * 15, scaleX_);
     if (!image.heightTwips && height_ && *height_ > 0)
         image.heightTwips = scaled(*height_ * 15, scaleY_);
     return image;
@@ -185,10 +189,13 @@ std::optional<Bytes> bmpFileOfDIB(const Bytes& dib) {
     if (bitCount == 0 || bitCount > 32) return std::nullopt;
     uint64_t palette = 0;
     const uint32_t entrySize = *headerSize == 12 ? 3 : 4;
-    if (bitCount <= 8) palette = uint64_t{colorsUsed ? colorsUsed : (1u << bitCount)} * entrySize;
-    else if (colorsUsed) palette = uint64_t{colorsUsed} * entrySize;
+    if (bitCount <= 8)
+        palette = uint64_t{colorsUsed ? colorsUsed : (1u << bitCount)} * entrySize;
+    else if (colorsUsed)
+        palette = uint64_t{colorsUsed} * entrySize;
     // Bit-field masks follow a plain info header.
-    if (*headerSize == 40 && (compression == 3 || compression == 6)) palette += compression == 3 ? 12 : 16;
+    if (*headerSize == 40 && (compression == 3 || compression == 6))
+        palette += compression == 3 ? 12 : 16;
     const uint64_t pixels = 14 + uint64_t{*headerSize} + palette;
     if (pixels > 14 + uint64_t{dib.size()}) return std::nullopt;
     std::vector<uint8_t> out;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/HugePages.h"
 #include "richtext/RTFControlWords.h"
 #include "richtext/RTFFontTable.h"
 #include "richtext/RTFGroupStack.h"
@@ -179,6 +180,7 @@ StyledText Reader::read() {
     // body's paragraphs are not moved to fresh memory at every doubling.
     constexpr size_t kBytesPerParagraph = 256, kMostParagraphs = size_t(1) << 20;
     doc_.blocks().reserve(std::min(input_.size() / kBytesPerParagraph, kMostParagraphs));
+    adviseHugePages(doc_.blocks().data(), doc_.blocks().capacity() * sizeof(Block));
     for (RTFToken t = tokens_.next(); t.kind != RTFToken::Kind::End; t = tokens_.next()) {
         switch (t.kind) {
             case RTFToken::Kind::GroupStart:

@@ -8,6 +8,7 @@
 #include <array>
 
 #include "mailkit/Base64.h"
+#include "platform/HugePages.h"
 #include "richtext/ByteScan.h"
 
 namespace qb {
@@ -87,6 +88,7 @@ class Writer {
     std::string write(size_t sizeHint) {
         const StyledText& text = text_;
         out_.reserve(std::max(sizeHint, kHead.size()));
+        adviseHugePages(out_.data(), out_.capacity());
         out_ = kHead;
         for (const auto& block : text.blocks()) {
             if (block.isTable)
@@ -125,8 +127,10 @@ class Writer {
             if (a.strikethrough) s += " line-through";
             s += "; ";
         }
-        if (a.vertical == VerticalPosition::Superscript) s += "vertical-align: super; font-size: smaller; ";
-        if (a.vertical == VerticalPosition::Subscript) s += "vertical-align: sub; font-size: smaller; ";
+        if (a.vertical == VerticalPosition::Superscript)
+            s += "vertical-align: super; font-size: smaller; ";
+        if (a.vertical == VerticalPosition::Subscript)
+            s += "vertical-align: sub; font-size: smaller; ";
         if (a.foreground) s += "color: " + colorCSS(*a.foreground) + "; ";
         if (a.background) s += "background-color: " + colorCSS(*a.background) + "; ";
         if (!s.empty()) s.pop_back();
@@ -216,10 +220,17 @@ class Writer {
         lastParagraph_ = key;
         std::string style;
         switch (a.alignment) {
-            case Alignment::Right: style += "text-align: right; "; break;
-            case Alignment::Center: style += "text-align: center; "; break;
-            case Alignment::Justified: style += "text-align: justify; "; break;
-            case Alignment::Left: break;
+            case Alignment::Right:
+                style += "text-align: right; ";
+                break;
+            case Alignment::Center:
+                style += "text-align: center; ";
+                break;
+            case Alignment::Justified:
+                style += "text-align: justify; ";
+                break;
+            case Alignment::Left:
+                break;
         }
         if (a.leftIndent > 0) style += "margin-left: " + pointsOfTwips(a.leftIndent) + "; ";
         if (a.rightIndent > 0) style += "margin-right: " + pointsOfTwips(a.rightIndent) + "; ";
