@@ -48,23 +48,29 @@ def error_record(path, domain, code, description):
 
 
 def process(item, out, extract):
-    """One file's info record; extraction failures are added to it under "extract"."""
+    """One file's JSON line: the line `quillbox info --json` prints for it, with extraction
+    failures added under "extract"."""
     path, folder = item
     try:
         message = quillbox.open(path)
-        record = message.info()
+        line = message.info_json()  # the line itself: no dict to build and dump again
     except quillbox.Error as e:
-        return e.info()
+        return json_line(e.info())
     except Exception as e:  # never stop the run: memory, an undecodable name, ...
-        return error_record(path, "python", 0, f"{path}: {type(e).__name__}: {e}")
+        return json_line(error_record(path, "python", 0, f"{path}: {type(e).__name__}: {e}"))
     if extract:
+        failed = None
         try:
             message.extract(os.path.normpath(os.path.join(out, "files", folder)))
         except quillbox.Error as e:
-            record["extract"] = e.info()["error"]
+            failed = e.info()["error"]
         except Exception as e:
-            record["extract"] = error_record(path, "python", 0, f"{type(e).__name__}: {e}")["error"]
-    return record
+            failed = error_record(path, "python", 0, f"{type(e).__name__}: {e}")["error"]
+        if failed:
+            record = json.loads(line)
+            record["extract"] = failed
+            return json_line(record)
+    return line
 
 
 def pack(items):
@@ -119,12 +125,12 @@ def main(argv=None):
     with client:
         threads = max(1, sum(client.nthreads().values()))
         # Importing the module is part of a worker's start-up, not of the first file's time.
-        client.run(lambda: __import__("quillbox") and None)
+        client.run(lambda: [__import__(m) for m in ("quillbox", "dask.bag", "fsspec")] and None)
         start = time.monotonic()
         size = args.partition_size or max(1, min(1000, math.ceil(len(items) / (4 * threads))))
         packed = [pack(items[i:i + size]) for i in range(0, len(items), size)]
         bag = db.from_sequence(packed, partition_size=1).map(unpack).flatten()
-        lines = bag.map(process, out, not args.no_extract).map(json_line)
+        lines = bag.map(process, out, not args.no_extract)
         writes = lines.to_textfiles(os.path.join(out, "info", "part-*.jsonl"),
                                     name_function=lambda i: f"{i:05d}", compute=False,
                                     last_endline=True)

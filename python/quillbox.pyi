@@ -108,6 +108,8 @@ class Message:
     def warnings(self) -> list[tuple[str, Optional[int]]]: ...
     def info(self) -> dict[str, Any]:
         """The record `quillbox info --json` prints for the file."""
+    def info_json(self) -> str:
+        """The line `quillbox info --json` prints for the file, without its newline."""
     def to_eml(self) -> bytes:
         """The whole message as one RFC 2822/MIME message."""
     def extract(

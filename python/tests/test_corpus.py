@@ -31,6 +31,7 @@ def test_every_file_opens_or_raises_the_record_info_prints(corpus):
         else:
             opened += 1
             assert message.info() == expected, path
+            assert message.info_json() == line, path
     # The corpus is mostly readable messages; a reader that rejects them all is broken.
     assert opened >= len(corpus) * 3 // 4
 

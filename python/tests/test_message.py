@@ -66,6 +66,7 @@ def test_path_pathlike_and_bytes_give_the_same_message(samples):
         record = quillbox.open(source, name=path).info()
         assert record == by_path
     assert quillbox.open(data).info()["file"] is None
+    assert json.loads(quillbox.open(data).info_json()) == dict(by_path, file=None)
 
 
 def test_bytes_given_are_copied_so_changing_them_later_changes_nothing(samples):
@@ -180,6 +181,7 @@ def test_info_is_the_command_lines_line(samples):
     files = [samples["tnef"], samples["msg"]]
     for path, line in zip(files, cli_info_lines(files)):
         assert quillbox.open(path).info() == json.loads(line)
+        assert quillbox.open(path).info_json() == line
 
 
 def test_a_cut_stream_is_read_in_part_with_warnings_where_it_stopped(samples):
