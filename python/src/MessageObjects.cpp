@@ -53,15 +53,17 @@ std::string shownName(const MessageObject& m) {
     return m.file.value_or("-");
 }
 
-// A record's keys come from a small fixed set; each is made once as a Python str and kept
-// for the interpreter's life. Guarded by the GIL.
-PyObject* keyObject(const std::string& key) {
-    static auto* keys = new std::unordered_map<std::string, PyObject*>();
-    if (auto found = keys->find(key); found != keys->end()) return Py_NewRef(found->second);
-    PyObject* made =
-        PyUnicode_DecodeUTF8(key.data(), static_cast<Py_ssize_t>(key.size()), "replace");
-    if (!made) throw py::error_already_set();
-    if (keys->size() < 256) keys->emplace(key, Py_NewRef(made));
+// A record's keys come from a small fixed set, and many short values repeat from file to file
+// (address types, classes, MIME types, code pages): each is made once as a Python str and
+// kept for the interpreter's life, so a record allocates far fewer objects while the GIL is
+// held. Bounded; guarded by the GIL.
+PyObject* sharedText(const std::string& value) {
+    constexpr size_t kLongest = 32, kMostKept = 4096;
+    static auto* kept = new std::unordered_map<std::string, PyObject*>();
+    if (value.size() > kLongest) return text(value).release().ptr();
+    if (auto found = kept->find(value); found != kept->end()) return Py_NewRef(found->second);
+    PyObject* made = text(value).release().ptr();
+    if (kept->size() < kMostKept) kept->emplace(value, Py_NewRef(made));
     return made;
 }
 
@@ -72,7 +74,7 @@ py::object toPython(const Dictionary& value) {
         case Dictionary::value_t::object: {
             py::dict d;
             for (const auto& item : value.items()) {
-                py::object key = py::reinterpret_steal<py::object>(keyObject(item.key()));
+                py::object key = py::reinterpret_steal<py::object>(sharedText(item.key()));
                 py::object element = toPython(item.value());
                 if (PyDict_SetItem(d.ptr(), key.ptr(), element.ptr()) < 0)
                     throw py::error_already_set();
@@ -87,7 +89,8 @@ py::object toPython(const Dictionary& value) {
             return l;
         }
         case Dictionary::value_t::string:
-            return text(value.get_ref<const std::string&>());
+            return py::reinterpret_steal<py::object>(
+                sharedText(value.get_ref<const std::string&>()));
         case Dictionary::value_t::boolean:
             return py::bool_(value.get<bool>());
         case Dictionary::value_t::number_unsigned:
