@@ -104,12 +104,18 @@ py::object toPython(const Dictionary& value) {
     }
 }
 
+// Made with the GIL released.
+Dictionary infoRecordOf(const MessageObject& m) {
+    Dictionary record = infoRecord(shownName(m), m.format, *m.message);
+    if (!m.file) record["file"] = nullptr;
+    return record;
+}
+
 py::object info(const MessageObject& m) {
     auto record = std::make_shared<Dictionary>();
     {
         ReleasedGIL unlocked;
-        *record = infoRecord(shownName(m), m.format, *m.message);
-        if (!m.file) (*record)["file"] = nullptr;
+        *record = infoRecordOf(m);
     }
     py::object result = toPython(*record);
     releaseLater(std::move(record), 0);
@@ -120,9 +126,7 @@ py::object infoJSON(const MessageObject& m) {
     std::string line;
     {
         ReleasedGIL unlocked;
-        Dictionary record = infoRecord(shownName(m), m.format, *m.message);
-        if (!m.file) record["file"] = nullptr;
-        line = infoLine(record);
+        line = infoLine(infoRecordOf(m));
     }
     return text(line);
 }
