@@ -2,10 +2,11 @@
 # SPDX-License-Identifier: Apache-2.0
 """Reads TNEF streams and .msg files by the million on a Dask cluster.
 
-Every input file is opened with quillbox; its `info()` record (the line `quillbox info --json`
-prints for it) goes to JSON Lines, one file per partition, under OUT/info/, and its exports
-(bodies, attachments, nested messages, metadata.json) under OUT/files/, mirroring the input
-folders. A file that cannot be read becomes an error record; the run goes on.
+Every input file is opened with quillbox; its record (the line `quillbox info --json` prints
+for it) goes to JSON Lines, one file per partition, under OUT/info/, and its exports (bodies,
+attachments, nested messages, metadata.json) under OUT/files/, mirroring the input folders. A
+file that cannot be read becomes an error record, and one whose exports cannot be written has
+the error added under "extract"; the run goes on, and exits with status 1 when any failed.
 
     dask_batch.py MAILDIR -o OUT                        # this machine, one worker per core
     dask_batch.py --files-from list.txt -o OUT --scheduler tcp://10.0.0.1:8786
@@ -160,7 +161,7 @@ def main(argv=None):
     failed = 0
     for name in os.listdir(os.path.join(out, "info")):
         with open(os.path.join(out, "info", name), encoding="utf-8") as f:
-            failed += sum(1 for line in f if "error" in json.loads(line))
+            failed += sum(1 for line in f if json.loads(line).keys() & {"error", "extract"})
     print(f"\n{len(items)} files, {failed} failed, {elapsed:.2f} s "
           f"({len(items) / elapsed:.0f} files/s) on {threads} threads; records in "
           f"{os.path.join(out, 'info')}", file=sys.stderr)

@@ -2,6 +2,8 @@
 """examples/dask_batch.py on a LocalCluster of two workers writes what the command line
 prints, and the extracted files beside it."""
 
+import errno
+import json
 import pathlib
 import shutil
 import subprocess
@@ -62,3 +64,20 @@ def test_batch_reads_a_file_list_without_extracting(samples, tmp_path):
              for line in p.read_text(encoding="utf-8").splitlines()]
     assert sorted(lines) == sorted(cli_info_lines(listed))
     assert not (out / "files").exists()
+
+
+def test_a_failed_extraction_is_added_to_the_files_record_and_fails_the_run(samples, tmp_path):
+    listed = samples["small"][:3]
+    out = tmp_path / "out"
+    out.mkdir()
+    (out / "files").write_text("a file where the exports' folder would be")
+    run = run_batch([*listed, "-o", str(out), "--workers", "1", "--threads"], tmp_path)
+    assert run.returncode == 1, run.stderr
+    assert "3 files, 3 failed" in run.stderr
+    records = [json.loads(line) for p in sorted((out / "info").iterdir())
+               for line in p.read_text(encoding="utf-8").splitlines()]
+    expected = {json.loads(line)["file"]: json.loads(line) for line in cli_info_lines(listed)}
+    for record in records:
+        failed = record.pop("extract")
+        assert (failed["domain"], failed["code"]) == ("POSIX", errno.ENOTDIR), failed
+        assert record == expected[record["file"]]
