@@ -85,6 +85,10 @@ def resident_mb():
         return int(f.read().split()[1]) * os.sysconf("SC_PAGE_SIZE") / 2**20
 
 
+# AddressSanitizer keeps freed memory in quarantine: resident size says nothing there.
+UNDER_ASAN = "libasan" in os.environ.get("LD_PRELOAD", "")
+
+
 def test_messages_python_drops_are_freed_by_the_threads_that_go_on():
     # A message dropped under the GIL is freed by its thread's next call, without the GIL; a
     # thread that drops many big ones must not pile them up (each holds its own 2 MB copy).
@@ -107,8 +111,8 @@ def test_messages_python_drops_are_freed_by_the_threads_that_go_on():
     for t in threads:
         t.join()
     # 400 MB were opened and dropped.
-    assert resident_mb() - before < 64
+    assert UNDER_ASAN or resident_mb() - before < 64
     # Dropped together, with no call after: only a few megabytes wait for the next call.
     kept = [quillbox.open(data) for _ in range(40)]
     del kept
-    assert resident_mb() - before < 64
+    assert UNDER_ASAN or resident_mb() - before < 64
