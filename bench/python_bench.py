@@ -6,7 +6,7 @@ or Dask worker against two. Writes the "From Python" section of bench/results.md
     bench/python_bench.py SMALL_DIR [--build BUILD] [--runs N]
 
 SMALL_DIR holds the small messages (`build/make-samples DIR --small 5000` writes them to
-DIR/small). Times are wall clock, median of N runs (default 5), after one warm-up pass;
+DIR/small). Times are wall clock, median of N runs (default 9), after one warm-up pass;
 the variants take turns within each run.
 """
 
@@ -53,7 +53,7 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("small_dir")
     parser.add_argument("--build", default=str(ROOT / "build"))
-    parser.add_argument("--runs", type=int, default=5)
+    parser.add_argument("--runs", type=int, default=9)
     args = parser.parse_args()
     sys.path.insert(0, str(pathlib.Path(args.build) / "python"))
     import quillbox
