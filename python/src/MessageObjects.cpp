@@ -111,24 +111,24 @@ Dictionary infoRecordOf(const MessageObject& m) {
     return record;
 }
 
-py::object info(const MessageObject& m) {
+py::dict info(const MessageObject& m) {
     auto record = std::make_shared<Dictionary>();
     {
         ReleasedGIL unlocked;
         *record = infoRecordOf(m);
     }
-    py::object result = toPython(*record);
+    auto result = py::reinterpret_steal<py::dict>(toPython(*record).release());
     releaseLater(std::move(record), 0);
     return result;
 }
 
-py::object infoJSON(const MessageObject& m) {
+py::str infoJSON(const MessageObject& m) {
     std::string line;
     {
         ReleasedGIL unlocked;
         line = infoLine(infoRecordOf(m));
     }
-    return text(line);
+    return py::reinterpret_steal<py::str>(text(line).release());
 }
 
 py::object toEml(const MessageObject& m) {
