@@ -8,8 +8,10 @@ namespace qb::python {
 
 namespace {
 
+// Small, as every idle thread of a pool may hold this much until it is used again; a message
+// of a megabyte or more is freed at once, its cost small beside reading it.
 constexpr size_t kMaxHeldValues = 64;
-constexpr size_t kMaxHeldBytes = 8u << 20;
+constexpr size_t kMaxHeldBytes = 1u << 20;
 
 // Per thread, so no lock: each thread frees only what it dropped. Freed at thread exit too.
 struct Dropped {

@@ -16,7 +16,7 @@
 namespace qb::python {
 
 // Keeps `value` until this thread next releases the GIL through ReleasedGIL. `bytes` is
-// roughly what freeing it gives back: past a few megabytes or a few dozen values, this
+// roughly what freeing it gives back: past a megabyte or a few dozen values, this
 // thread frees what it holds at once.
 void releaseLater(std::shared_ptr<void> value, size_t bytes);
 

@@ -112,7 +112,7 @@ def test_messages_python_drops_are_freed_by_the_threads_that_go_on():
         t.join()
     # 400 MB were opened and dropped.
     assert UNDER_ASAN or resident_mb() - before < 64
-    # Dropped together, with no call after: only a few megabytes wait for the next call.
+    # Dropped together, with no call after: about a megabyte at most waits for the next call.
     kept = [quillbox.open(data) for _ in range(40)]
     del kept
     assert UNDER_ASAN or resident_mb() - before < 64
