@@ -259,13 +259,13 @@ std::string repr(const MessageObject& m) {
 }  // namespace
 
 MessageObject openSource(const py::object& source, const std::optional<std::string>& name) {
-    std::optional<Bytes> copied;
+    // Held until the end, so the buffer stays exported (and a bytearray unresized) while it
+    // is copied without the GIL; released with the GIL held.
+    std::optional<py::buffer_info> view;
     std::string bytesPath;
     std::optional<std::string> file = name;
     if (PyObject_CheckBuffer(source.ptr()) && !py::isinstance<py::str>(source)) {
-        // The caller may change its buffer later; the message keeps a copy of its own.
-        py::buffer_info view = py::buffer(source).request();
-        copied = Bytes::copy(view.ptr, static_cast<size_t>(view.size * view.itemsize));
+        view = py::buffer(source).request();
     } else if (PyUnicode_Check(source.ptr()) && PyUnicode_AsUTF8(source.ptr())) {
         // The common case, a str path, without a round through the os module.
         if (!file) file = source.cast<std::string>();
@@ -285,7 +285,11 @@ MessageObject openSource(const py::object& source, const std::optional<std::stri
     size_t inputSize = 0;
     {
         ReleasedGIL unlocked;
-        Expected<Bytes> data = copied ? Expected<Bytes>(std::move(*copied)) : readInput(bytesPath);
+        // The caller may change its buffer later; the message keeps a copy of its own.
+        Expected<Bytes> data =
+            view ? Expected<Bytes>(
+                       Bytes::copy(view->ptr, static_cast<size_t>(view->size * view->itemsize)))
+                 : readInput(bytesPath);
         if (data) {
             inputSize = data->size();
             opened.emplace(openMessage(std::move(*data)));
