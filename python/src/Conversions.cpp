@@ -3,6 +3,10 @@
 // of the input buffer, so the view stays valid after the Message is gone.
 #include "Conversions.h"
 
+#include <cstring>
+
+#include "ReleasedGIL.h"
+
 namespace py = pybind11;
 
 namespace qb::python {
@@ -23,9 +27,24 @@ py::object text(const std::optional<std::string>& value) {
     return py::reinterpret_steal<py::object>(s);
 }
 
+py::bytes bytesCopy(const void* data, size_t size) {
+    // A large copy is made with the GIL released: the object is made first, then filled.
+    constexpr size_t kLarge = size_t{1} << 20;
+    if (size < kLarge) return py::bytes(static_cast<const char*>(data), size);
+    auto out = py::reinterpret_steal<py::bytes>(
+        PyBytes_FromStringAndSize(nullptr, static_cast<Py_ssize_t>(size)));
+    if (!out) throw py::error_already_set();
+    char* target = PyBytes_AS_STRING(out.ptr());
+    {
+        ReleasedGIL unlocked;
+        std::memcpy(target, data, size);
+    }
+    return out;
+}
+
 py::object bytesCopy(const std::optional<Bytes>& value) {
     if (!value) return py::none();
-    return py::bytes(reinterpret_cast<const char*>(value->data()), value->size());
+    return bytesCopy(value->data(), value->size());
 }
 
 py::object bytesView(const Bytes& value) {

@@ -16,6 +16,7 @@ namespace qb::python {
 pybind11::object text(const std::optional<std::string>& value);
 // A copy of the bytes as bytes; None when absent.
 pybind11::object bytesCopy(const std::optional<Bytes>& value);
+pybind11::bytes bytesCopy(const void* data, size_t size);
 // A read-only memoryview over the bytes themselves: it keeps the buffer they are a window
 // onto (the mapped file or the message's own copy) alive, and copies nothing.
 pybind11::object bytesView(const Bytes& value);

@@ -221,7 +221,7 @@ py::bytes view(const MessageObject& m, bool showEmpty,
         raiseReadError(ReadError{kExportErrorDomain, kExportErrorNoView,
                                  "The body of \"%@\" could not be made into a view.", std::nullopt},
                        m.file);
-    return py::bytes(*page);
+    return bytesCopy(page->data(), page->size());
 }
 
 py::object bodies(const MessageObject& m) {

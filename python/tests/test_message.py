@@ -177,6 +177,18 @@ def test_a_message_without_body_views_as_the_no_content_page(tmp_path):
         m.view(True)
 
 
+def test_large_outputs_are_the_bytes_the_command_line_writes(tmp_path):
+    # Past a megabyte, bytes are filled with the GIL released: the copy must still be whole.
+    body = ("Zeile mit Umlauten: äöü. " * 100_000).encode("cp1252")
+    big = tmp_path / "big.tnef"
+    big.write_bytes(tnef((0x9006, 8, struct.pack("<I", 0x00010000)), (0x8008, 7, b"IPM.Note\0"),
+                         (0x800C, 2, body + b"\0")))
+    m = quillbox.open(str(big))
+    for command, made in (("view", m.view()), ("eml", m.to_eml())):
+        cli = subprocess.run([QUILLBOX, command, str(big)], capture_output=True, check=True)
+        assert len(made) > 1 << 20 and made == cli.stdout, command
+
+
 def test_info_is_the_command_lines_line(samples):
     files = [samples["tnef"], samples["msg"]]
     for path, line in zip(files, cli_info_lines(files)):
