@@ -72,8 +72,7 @@ Expected<OpenedMessage> openTNEF(const Bytes& data, const Dictionary* mailHeader
 // The first TNEF part of the mail, opened with the mail's headers so they stand in for the
 // stream's own fields when the correlator matches. Further TNEF parts are named in warnings.
 std::optional<Expected<OpenedMessage>> openMail(const Bytes& data) {
-    registerBuiltinMimeParts();
-    const MimePartPtr root = MimePart::mimePartForData(withMailLineEnds(data));
+    const MimePartPtr root = mimePartsOfMail(data);
     const auto parts = tnefPartsOfMail(root);
     if (parts.empty()) {
         // A header block alone is no sign of a mail: TNEF data could start that way.

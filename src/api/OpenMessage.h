@@ -33,8 +33,9 @@ struct QB_API OpenedMessage {
 
 /// Opens a TNEF stream (also one embedded in other bytes) or a .msg file, told apart by
 /// content. A signed message gets the text and HTML of the MIME entity it carries as its
-/// mimeBodyContent and mimeHtmlBodyContent (see api/SignedContent.h). A compound file that holds no message fails with a description naming what it
-/// is instead ("... is not an Outlook message: it is a Microsoft Word document.").
+/// mimeBodyContent and mimeHtmlBodyContent (see api/SignedContent.h). A compound file that
+/// holds no message fails with a description naming what it is instead ("... is not an
+/// Outlook message: it is a Microsoft Word document.").
 [[nodiscard]] QB_API Expected<OpenedMessage> openMessage(Bytes data);
 
 /// The file's bytes (mapped when it is a regular file; "-" is standard input, read up to

@@ -49,8 +49,7 @@ EntityReading readEntity(const Bytes& entity) {
     // A DER SEQUENCE: CMS signed or enveloped data, whose content only a CMS reader reaches.
     if (!bytes.empty() && bytes.front() == '\x30') return {EntityKind::Opaque, {}};
     if (!looksLikeMail(entity)) return {EntityKind::NotMime, {}};
-    registerBuiltinMimeParts();
-    const MimePartPtr root = MimePart::mimePartForData(withMailLineEnds(entity));
+    const MimePartPtr root = mimePartsOfMail(entity);
     if (!root || !root->type()) return {EntityKind::NotMime, {}};
     const std::string type = lowercasedASCII(root->MIMEtype());
     if (type == "application/pkcs7-mime" || type == "application/x-pkcs7-mime")

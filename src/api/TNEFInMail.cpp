@@ -72,6 +72,11 @@ Bytes withMailLineEnds(const Bytes& data) {
     return Bytes::adoptString(std::move(out));
 }
 
+MimePartPtr mimePartsOfMail(const Bytes& data) {
+    registerBuiltinMimeParts();
+    return MimePart::mimePartForData(withMailLineEnds(data));
+}
+
 std::vector<MimePartPtr> tnefPartsOfMail(const MimePartPtr& root) {
     std::vector<MimePartPtr> found;
     forEachMimeLeaf(root, [&](const MimePartPtr& part) {

@@ -19,6 +19,10 @@ bool looksLikeMail(const Bytes& data);
 // data already in CR LF is returned as it is.
 Bytes withMailLineEnds(const Bytes& data);
 
+// The mail's part tree (line ends made CR LF first, the built-in part kinds registered); null
+// when the bytes give none.
+MimePartPtr mimePartsOfMail(const Bytes& data);
+
 // The application/ms-tnef parts and the parts named winmail.dat, in tree order.
 std::vector<MimePartPtr> tnefPartsOfMail(const MimePartPtr& root);
 

@@ -168,11 +168,9 @@ bool fuzzFormats(const Bytes& input) {
 }
 
 bool fuzzExport(const Bytes& input) {
-    if (input.view().starts_with(kCompoundFileSignature)) {
-        // Through the front door, which also reads the signed content of a signed message.
-        if (auto opened = openMessage(input)) exportAll(opened->message);
-    } else if (looksLikeMail(input)) {
-        // A mail goes through the front door, which opens the winmail.dat it carries.
+    if (input.view().starts_with(kCompoundFileSignature) || looksLikeMail(input)) {
+        // Through the front door, which opens the winmail.dat a mail carries and reads the
+        // signed content of a signed message.
         if (auto opened = openMessage(input)) exportAll(opened->message);
     } else {
         exportAll(TNEFMessage::create(input, nullptr, true, nullptr));
